@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+/// A file on the device, opened by its absolute device path.
+///
+/// What an implementation must provide (the camera's own, or framework/linux):
+/// - An object that was never opened, or whose open failed, reads and writes 0 bytes, has length 0
+///   and closes without effect. Callers rely on this: they go on after a failed open.
+/// - Every call is made by the one thread that owns the object; different objects may be used by
+///   different threads at once, also on the same file.
+/// - The destructor closes.
+class DKFile {
+public:
+    /// Open an existing file for reading.
+    static constexpr unsigned char modeRead = 0x01;
+    /// Open for writing; combined with modeTruncate.
+    static constexpr unsigned char modeWrite = 0x02;
+    /// With modeWrite: what the file held before is gone once the file is closed.
+    static constexpr unsigned char modeTruncate = 0x40;
+
+    DKFile();
+    ~DKFile();
+    DKFile(const DKFile&) = delete;
+    DKFile& operator=(const DKFile&) = delete;
+
+    /// Opens a regular file; a file that is already open is closed first.
+    /// @param path  absolute device path
+    /// @param mode  modeRead, or modeWrite | modeTruncate (the file is created when missing)
+    /// @return non-zero on success, 0 when there is no such file, it is no regular file, or it may
+    ///         not be opened that way
+    int open(const char* path, unsigned char mode);
+
+    /// @return the number of bytes read, 0 .. count; fewer than count at the end of the file, after
+    ///         an error, or when the file is not open for reading
+    int read(void* buffer, unsigned int count);
+
+    /// @return the number of bytes written, 0 .. count; fewer than count after an error (disk
+    /// full),
+    ///         or when the file is not open for writing
+    int write(const void* data, unsigned int count);
+
+    /// @return the length of the open file in bytes; 0 when it is not open
+    long long getLength() const;
+
+    /// Ends the use of the file; what was written is then in place under its name.
+    void close();
+
+    /// @return the stream of a file that is open for reading, for ReadOneLine; owned by this object
+    ///         and valid until close(); null when the file is not open for reading
+    FILE* getFileHandle();
+
+    /// Reads the next line of a stream that getFileHandle() gave.
+    /// @return the line without its line end ("\n" or "\r\n"); empty at the end of the file and for
+    /// a
+    ///         null stream. A line of more than 1023 characters is cut there; the rest is skipped.
+    static std::string ReadOneLine(FILE* stream);
+
+private:
+    struct State;
+    State* m_pState;
+};

@@ -1,0 +1,29 @@
+#pragma once
+
+/// Scripted faults of the file system, for tests of what the camera makes of them. Counted are the
+/// system calls that DKFile makes for files: open, read, write, fdatasync, fsync of a folder,
+/// rename and unlink; a line that DKFile::ReadOneLine reads counts as one read. Any thread may call
+/// these functions; without them a file operation costs one relaxed atomic load more than it would.
+namespace file_faults {
+
+enum class Kind {
+    None,       ///< nothing fails: the calls are only counted
+    Eio,        ///< the call fails with EIO
+    Enospc,     ///< the call fails with ENOSPC
+    ShortWrite, ///< a write takes only half of its bytes; no effect on other calls
+    Eintr, ///< the call is interrupted once; the attempt that follows counts as a call of its own
+    Death  ///< the process ends with _exit(137) before the call
+};
+
+/// Counts anew from 0 and lets the n-th call from now on fail.
+/// @param n           1 is the next call; 0 fails none
+/// @param fromThenOn  all later calls fail too (Eintr: every second one)
+void failNth(unsigned long n, Kind kind, bool fromThenOn);
+
+/// Ends faults and counting.
+void clear();
+
+/// @return the calls counted since failNth; what they were stays readable after clear()
+unsigned long operations();
+
+} // namespace file_faults

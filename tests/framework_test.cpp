@@ -1,0 +1,240 @@
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <climits>
+#include <filesystem>
+#include <fstream>
+
+#include "DKDeviceTime.h"
+#include "DKFile.h"
+#include "DKLogger.h"
+#include "DravikTime.h"
+#include "FileFaults.h"
+#include "GThread.h"
+#include "LinuxFramework.h"
+#include "ModuleConfigureParser.h"
+#include "StringHandler.h"
+#include "SySystem.h"
+#include "SystemInfoParser.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace linux_framework;
+using file_faults::Kind;
+using Lines = std::vector<std::string>;
+
+constexpr unsigned char kReplace = DKFile::modeWrite | DKFile::modeTruncate;
+
+/// A device tree of its own, under a root whose name a shell would stumble over.
+struct Framework : testing::Test {
+    Framework() { EXPECT_TRUE(fs::create_directory(root / "d") && setDeviceRoot(root)); }
+    ~Framework() override {
+        useRealClock();
+        setDeviceRoot("/");
+        fs::remove_all(root);
+    }
+    void put(const std::string& text) const { std::ofstream(root / "d/a") << text; }
+    std::string get(const char* name = "a") const {
+        return {std::istreambuf_iterator<char>(std::ifstream(root / "d" / name).rdbuf()), {}};
+    }
+    auto filesInD() const { return std::distance(fs::directory_iterator(root / "d"), {}); }
+
+    std::string pattern = fs::temp_directory_path() / "it's a root XXXXXX";
+    fs::path root = mkdtemp(pattern.data());
+};
+
+/// @return true when every byte was taken
+bool replace(const char* path, const std::string& text) {
+    DKFile file;
+    file.open(path, kReplace);
+    const auto half = static_cast<unsigned int>(text.size() / 2);
+    const int first = file.write(text.data(), half);
+    return first + file.write(text.data() + half, half) == static_cast<int>(2 * half);
+}
+
+TEST_F(Framework, AFileThatCouldNotBeOpenedHasNoEffect) {
+    fs::create_symlink("/dev/null", root / "out");
+    ASSERT_EQ(0, sy_system("mkfifo /fifo", 5));
+    for (const char* path : {"", "/d", "/d/", "/fifo", "/no/b", "/out", "/d/../../framework"}) {
+        for (const unsigned char mode : {DKFile::modeRead, kReplace}) {
+            char byte = 0;
+            DKFile file;
+            EXPECT_EQ(0, file.open(path, mode)) << path << " " << int(mode);
+            EXPECT_TRUE(file.getLength() == 0 && file.getFileHandle() == nullptr);
+            EXPECT_EQ(0, file.read(&byte, 1) + file.write(&byte, 1));
+        }
+    }
+    EXPECT_EQ(0, DKFile().open(nullptr, kReplace) + DKFile().open("/d/a", 0) + filesInD());
+}
+
+TEST_F(Framework, AFileIsReplacedWholeWhicheverOperationFails) {
+    const std::string before(10000, 'o'), after(10000, 'n');
+    for (const Kind kind : {Kind::Eio, Kind::Enospc, Kind::ShortWrite, Kind::Eintr, Kind::Death}) {
+        int status = 2; // 1: every byte was taken, 2: the fault was reached, 137: dead
+        for (unsigned long n = 1; status > 1; ++n) {
+            put(before);
+            const pid_t child = fork();
+            if (child == 0) {
+                file_faults::failNth(n, kind, kind != Kind::Eio);
+                const int whole = replace("/d/a", after) ? 1 : 0;
+                _exit(whole + (file_faults::operations() >= n ? 2 : 0));
+            }
+            ASSERT_TRUE(waitpid(child, &status, 0) == child && WIFEXITED(status) && n < 99);
+            status = WEXITSTATUS(status);
+            removeLeftovers("/d");
+            const bool harmless = kind == Kind::ShortWrite || kind == Kind::Eintr || status < 2;
+            const bool prefix = status == 2 && after.find(get()) == 0;
+            EXPECT_TRUE(get() == after || (!harmless && (get() == before || prefix)))
+                << "kind " << int(kind) << " operation " << n;
+            EXPECT_EQ(1, filesInD());
+        }
+    }
+}
+
+TEST_F(Framework, AReplacedFileKeepsItsModeAndItsLinkAndAnEqualOneStaysUntouched) {
+    put("old!");
+    fs::permissions(root / "d/a", fs::perms(0640));
+    fs::create_symlink("d/a", root / "link");
+    EXPECT_TRUE(replace("/link", "new!") && fs::is_symlink(root / "link"));
+    EXPECT_EQ(0640, int(fs::status(root / "d/a").permissions()));
+    fs::create_hard_link(root / "d/a", root / "same");
+    EXPECT_TRUE(replace("/d/a", "new!") && fs::equivalent(root / "d/a", root / "same"));
+    DKFile one, two; // at once, and someone tidies up
+    EXPECT_TRUE(one.open("/d/a", kReplace) != 0 && two.open("/d/a", kReplace) != 0);
+    removeLeftovers("/d");
+    EXPECT_TRUE(one.write("one", 3) == 3 && two.write("two", 3) == 3 && get() == "new!");
+    two.close();
+    one.close();
+    EXPECT_EQ("one", get());
+}
+
+TEST_F(Framework, ReadOneLineCutsLongLinesAndLineEnds) {
+    const std::string most(1023, 'x'), zero("a\0b", 3);
+    const Lines lines = {"a", "", "b\rb", zero, most, most + "y", most.substr(1) + "\ry", "z", ""};
+    put("a\r\n\nb\rb\r\n" + zero + "\n" + lines[4] + "\r\n" + lines[5] + "\n" + lines[6] + "\nz");
+    DKFile file;
+    file.open("/d/a", DKFile::modeRead);
+    for (const std::string& line : lines) {
+        EXPECT_EQ(line.substr(0, 1023), DKFile::ReadOneLine(file.getFileHandle()));
+    }
+}
+
+TEST(StringHandler, SplitKeepsEmptyPieces) {
+    const Lines rows[] = {{"", ",", ""}, {"a", "", "a"}, {",a,,b,", ",", "", "a", "", "b", ""}};
+    for (const Lines& row : rows) {
+        Lines found = {row[0], row[1]};
+        StringHandler::split(row[0], found, row[1]);
+        EXPECT_EQ(row, found);
+    }
+}
+
+TEST_F(Framework, ALogIsRotatedAndKeepsSoManyFiles) {
+    setClock(7, 8, 9, 1e-6);
+    const auto log = [](const char* path, unsigned int files, const char* text) {
+        DKLogger logger;
+        return logger.init(path, 30, files) && logger.writeLog("TAG", text);
+    };
+    for (const char* text : {"1", "2\n", "3", "4\r\n", "5\n\n", "6", "7"}) {
+        EXPECT_TRUE(log("/d/log", 3, text) && log("/d/one", 1, text));
+    }
+    EXPECT_EQ(4, filesInD()); // log, log.1, log.2 and one
+    const std::string stamp = get("one").substr(0, 24);
+    EXPECT_EQ(" 07:08:09 ", stamp.substr(14)); // after TAG YYYY-MM-DD
+    EXPECT_EQ(get("one") + stamp + "3\n" + stamp + "4\n", get("log") + get("log.2"));
+    EXPECT_FALSE(log("/no/log", 3, "lost") || log(nullptr, 3, "") || fs::exists(root / "no"));
+}
+
+TEST_F(Framework, AShellCommandSeesTheDeviceRootAndEndsInTime) {
+    int ends[2]; // the reading end tells when the last process that holds the other has ended
+    ASSERT_EQ(0, pipe(ends));
+    const std::tuple<int, int, const char*> rows[] = {
+        {0, 5, "touch \"/d/sensor0\" '/d/b'>/d/c&&rm -rf /d*/sensor*"},
+        {7, 5, "sleep 30 & exit 7"},
+        {-1, 1, "sleep 30 & sleep 30"},
+        {1, 5, "read nothing"},
+        {-1, 5, "cat /d/../../x"},
+        {-1, 5, nullptr}};
+    for (const auto& [status, seconds, command] : rows) {
+        EXPECT_EQ(status, sy_system(command, seconds)) << command;
+    }
+    EXPECT_TRUE(sy_access("/d/b", R_OK) == 0 && sy_access("/d/sensor0", F_OK) == -1);
+    close(ends[1]);
+    pollfd ended = {ends[0], 0, 0};
+    EXPECT_EQ(1, poll(&ended, 1, 1000));
+    close(ends[0]);
+}
+
+TEST_F(Framework, TheClockShowsTheSetTimeAndRunsAtTheSetSpeed) {
+    ASSERT_TRUE(setClock(23, 59, 58, 1e-6));
+    const DKDeviceTime evening = DKDeviceTime::getCurrentTime();
+    EXPECT_EQ(235958, evening.hour * 10000 + evening.minute * 100 + evening.second);
+    EXPECT_FALSE(setClock(0, 0, 60, 1) || setClockSpeed(0) || setClockSpeed(1e7));
+    GThread hurry([] { return usleep(10000), setClockSpeed(1e4) ? 0 : 1; }, "hurry", [] {});
+    EXPECT_TRUE(hurry.start());
+    DravikTime::wait(DravikTime(2400, 2000000));
+    const DKDeviceTime next = DKDeviceTime::getCurrentTime();
+    EXPECT_TRUE(next.hour == 0 && next.minute >= 40 && next.day != evening.day) << next.minute;
+}
+
+TEST_F(Framework, AStoppedThreadLeavesItsPauseAndCanRunAgain) {
+    std::atomic<int> bodies{0}, ends{0};
+    const DravikTime forever(LONG_MAX, LONG_MAX);
+    GThread thread([&] { return ++bodies, DravikTime::wait(forever), 0; }, "t", [&] { ++ends; });
+    for (int run = 1; run <= 3; ++run) {
+        EXPECT_TRUE(thread.start() && thread.start());
+        while (bodies < run) {
+            DravikTime::wait(DravikTime(-1, 0));
+        }
+        const long long asked = deviceMicroseconds();
+        EXPECT_TRUE(thread.stop() && thread.stop() && bodies == run && ends == run);
+        EXPECT_LT(deviceMicroseconds() - asked, 100000);
+    }
+}
+
+TEST_F(Framework, MachineInformationIsReadFromAnyIniFile) {
+    const std::pair<std::string, const char*> rows[] = {
+        {"[machine]\r\n DeviceType = 7 \r\nmodelName=A = b\r\n", "7A = b"},
+        {"#deviceType=1\n;deviceType=2\nmodelname=", "0"},
+        {"deviceType=7x\ndeviceType=-7\ndeviceType=\ndeviceType=4294967296", "0?"},
+        {"=\n[=]\n==\ndeviceType=2147483647", "2147483647?"},
+        {"deviceType=1\n" + std::string(65536, '#'), "0?"}};
+    for (const auto& [text, expected] : rows) {
+        MachineInfo info;
+        info.setModelName("?");
+        put(text);
+        EXPECT_EQ(*expected != '0', SystemInfoParser::parseMachineInfo("/d/a", info)) << text;
+        EXPECT_EQ(expected, std::to_string(info.getDeviceType()) + info.getModelName());
+    }
+}
+
+TEST_F(Framework, AModuleListIsFilteredAndAHostileOneRefused) {
+    const std::string list =
+        "<?xml version=\"1.0\"?><!-- </a> --><modules><module id=\"3\" label=\"L\" shortLabel='s'>"
+        "<parameters>a&lt;b</parameters><detail>(max_scheme=4)\xC3\xA9</detail></module>"
+        "<module id=\"4\" deviceType=\"1\" model=\"M\"/><module id=\"5\" model=\"N\"/></modules>";
+    std::vector<ModuleConfigure> found;
+    const auto parse = [&](const std::string& text) {
+        put(text);
+        return ModuleConfigureParser::parse("/d/a", "1", "M", found);
+    };
+    ASSERT_TRUE(parse(list) && found.size() == 2 && found[1].getModuleId() == 4);
+    EXPECT_EQ("Lsa<b", found[0].getLabel() + found[0].getShortLabel() + found[0].getParameters());
+    EXPECT_EQ("(max_scheme=4)\xC3\xA9", found[0].getDetail());
+    for (std::size_t length = 0; length < list.size(); ++length) {
+        EXPECT_FALSE(parse(list.substr(0, length))) << length;
+    }
+    EXPECT_FALSE(parse(list + "<!--\xA9-->") || parse(list + '\0') || parse("<other/>"));
+    EXPECT_FALSE(parse(list + std::string(262144, ' ')));
+    std::string opened = "<modules>", closed = "</modules>";
+    for (int depth = 2; depth < 70; ++depth) {
+        opened += "<a b='/>'><!--</a>-->";
+        closed.insert(0, "</a>");
+        EXPECT_EQ(depth <= 64, parse(opened + closed)) << depth;
+    }
+}
+
+} // namespace
