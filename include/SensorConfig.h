@@ -1,0 +1,73 @@
+#pragma once
+
+#include <atomic>
+
+#include "ImgctlExport.h"
+#include "SensorTypes.h"
+
+class ModuleConfigure;
+
+/// The kinds of camera, as the machine information numbers them.
+enum {
+    DEVICE_TYPE_CAMERA = 1, ///< fixed camera
+    DEVICE_TYPE_DOME = 4,   ///< pan-tilt-zoom dome, with a style of its own
+    DEVICE_TYPE_LPR = 8,    ///< plate recognition, may switch parameter sets by day and night
+    DEVICE_TYPE_FISHEYE = 9 ///< panoramic camera
+};
+
+/// The copy of the host's module configuration. All texts are NUL-terminated.
+struct ModuleConfig {
+    u32 nModuleId;
+    char szLabel[32];
+    char szShortLabel[10];
+    char szParameters[256];
+    char szDetail[512]; ///< parenthesised fields such as (max_scheme=4)(isInfrared=1)
+};
+
+/// The user-interface texts of one language. The texts are allocated with malloc by whoever fills
+/// the table, and freed by uinitSysConf.
+struct UIFileEntry {
+    int nLanguageId;
+    char szEntryLabel[32];
+    char* pszLanguageFile;
+    char* pszCommonFile;
+};
+
+/// What the library learns about the device at start-up.
+struct SysConfig {
+    ModuleConfig moduleConfig;
+    u32 nSchemeSum; ///< number of timed schemes, 0 .. SENSOR_SCHEME_MAX; also the number of the
+                    ///< default scheme
+    u32 nUIFileSum; ///< entries of pUIFiles; 0 after initSysConf, set by the host
+    /// The host's table of user-interface texts, set after init. The table itself stays the host's
+    /// (set nUIFileSum to 0 before it goes away), the texts in it become this record's.
+    UIFileEntry* pUIFiles;
+    char* szUIStyle; ///< the merged user-interface style (XML), malloc'd
+    u32 nDeviceType; ///< one of DEVICE_TYPE_*, or what the machine information held
+};
+
+/// The process's configuration. Written by initSysConf and uinitSysConf (the controller calls them
+/// from init, uinit and resetParameters), and by the host, which sets pUIFiles and nUIFileSum after
+/// init and after each reset, with no other call under way. A host that reads it does so between
+/// those calls.
+extern IMGCTL_API SysConfig g_stSysConf;
+
+/// Fills the record: copies the module configuration, reads the number of schemes from its field
+/// "max_scheme" (4 when absent), the device type from the machine information, and the style,
+/// merged with the rules for this device. Whatever it held before is overwritten, not freed. What
+/// fails is reported and passed over: without machine information the device type is 0, without a
+/// style file the style is empty. Detail and parameter texts that do not fit are cut, and reported.
+/// @return SNS_SUCCESS always
+IMGCTL_API int initSysConf(const ModuleConfigure& moduleCfg, SysConfig* p_stSysConf);
+
+/// Frees the texts that the record owns (the style, and the texts of the table's entries) and sets
+/// their pointers to null. The table and the numbers stay. Safe to call twice, and with null.
+IMGCTL_API void uinitSysConf(SysConfig* p_stSysConf);
+
+/// Whether the wide-dynamic-range mode may be applied; true at process start. Controller start-up
+/// sets it true, then false when a video stream runs at 50 or 60 frames per second.
+extern IMGCTL_API std::atomic<bool> g_bShowWDRFalg;
+
+/// Set and read g_bShowWDRFalg. Any thread may call.
+IMGCTL_API void setshowWDRFalg(bool p_bShow);
+IMGCTL_API bool getshowWDRFalg();
