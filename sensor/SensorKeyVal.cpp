@@ -1,0 +1,146 @@
+#include "SensorKeyVal.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+
+#include "ImageAdjust.h"
+#include "KeyValAccess.h"
+#include "SensorReport.h"
+
+namespace {
+
+constexpr char kUnit[] = "SensorKeyVal.cpp";
+
+bool isBlank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+/// Reads a signed decimal at text[at ..], blanks before it included, and moves at behind it.
+/// @return false, with at and number as they were, when there is none
+bool scanNumber(const std::string& text, size_t& at, size_t end, int& number) {
+    size_t i = at;
+    while (i < end && isBlank(text[i]))
+        ++i;
+    const bool negative = i < end && text[i] == '-';
+    if (i < end && (text[i] == '-' || text[i] == '+'))
+        ++i;
+    if (i >= end || !isDigit(text[i]))
+        return false;
+    // Built as a negative number, whose range reaches one further.
+    int value = 0;
+    for (; i < end && isDigit(text[i]); ++i) {
+        const int digit = text[i] - '0';
+        value = value < (INT_MIN + digit) / 10 ? INT_MIN : value * 10 - digit;
+    }
+    at = i;
+    number = negative ? value : value == INT_MIN ? INT_MAX : -value;
+    return true;
+}
+
+/// Reads "(key,value" at text[at ..]. Numbers that are not there stay as they are.
+void scanPair(const std::string& text, size_t at, size_t end, int& key, int& value) {
+    ++at; // the opening parenthesis
+    if (scanNumber(text, at, end, key) && at < end && text[at] == ',')
+        scanNumber(text, ++at, end, value);
+}
+
+/// Appends a signed decimal.
+void appendNumber(std::string& text, u32 word) {
+    char digits[12];
+    char* const end = digits + sizeof digits;
+    char* start = end;
+    const bool negative = static_cast<int>(word) < 0;
+    u32 rest = negative ? 0u - word : word;
+    do {
+        *--start = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    } while (rest != 0);
+    if (negative)
+        *--start = '-';
+    text.append(start, static_cast<size_t>(end - start));
+}
+
+} // namespace
+
+int keyval_correct(KeyVal* p_pKeyval, u32 p_nKeyValNum) {
+    if (p_pKeyval == nullptr)
+        REPORT_ASSERTION("NULL != p_pKeyval", "\n");
+    const u32 count = p_pKeyval ? p_nKeyValNum : 0;
+    ia_dynamic_params_cmds_st dnaCmdList = {};
+    if (ia_ioctrl(IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, &dnaCmdList) != SNS_SUCCESS) {
+        REPORT_ASSERTION(
+            "SNS_SUCCESS == ia_ioctrl(IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, "
+            "(void*)(&dnaCmdList))",
+            "\n");
+    }
+    const int commands = std::min<int>(dnaCmdList.cmd_cnt, IA_DYNAMIC_CMD_MAX);
+    for (int i = 0; i < commands; ++i) {
+        const int index = findRecord(p_pKeyval, count, static_cast<u32>(dnaCmdList.cmd_list[i]));
+        if (index == -1) {
+            REPORT_ASSERTION("-1 != index", "\n");
+            continue;
+        }
+        KeyVal& record = p_pKeyval[index];
+        REPORT_DEBUG("before correct: (%d,%d)\n", static_cast<int>(record.key),
+                     static_cast<int>(record.value));
+        CommandScratch scratch(record.value);
+        const int result = ia_ioctrl(record.key, IA_CMD_OPT_CORRECT_PARAM, scratch.words);
+        record.value = scratch.words[0];
+        if (result != SNS_SUCCESS) {
+            REPORT_ASSERTION(
+                "SNS_SUCCESS == ia_ioctrl((ia_cmd_e)p_pKeyval[index].key, "
+                "IA_CMD_OPT_CORRECT_PARAM, &p_pKeyval[index].value)",
+                "\n");
+            continue;
+        }
+        REPORT_DEBUG("after correct: (%d,%d)\n", static_cast<int>(record.key),
+                     static_cast<int>(record.value));
+    }
+    return SNS_SUCCESS;
+}
+
+void keyval_st2str(std::string& p_strText, KeyVal* p_pKeyval, u32 p_nKeyValNum) {
+    for (u32 i = 0; i < p_nKeyValNum; ++i) {
+        p_strText += '(';
+        appendNumber(p_strText, p_pKeyval[i].key);
+        p_strText += ',';
+        appendNumber(p_strText, p_pKeyval[i].value);
+        p_strText += ')';
+    }
+}
+
+void keyval_str2st(const std::string& p_strText, KeyVal* p_pKeyval, u32* p_pnKeyValNum,
+                   u32 p_nCapacity) {
+    *p_pnKeyValNum = 0;
+    int key = 0;
+    int value = 0;
+    const size_t size = p_strText.size();
+    // A text may hold many ")" before a distant "(": each search goes on where it is still valid.
+    size_t open = 0;
+    bool tailScanned = false;
+    for (size_t at = 0; at < size && *p_pnKeyValNum < p_nCapacity;) {
+        if (at == 0 || open < at) {
+            open = p_strText.find('(', at);
+            tailScanned = false;
+        }
+        if (open == std::string::npos || open == size - 1)
+            return;
+        const size_t close = p_strText.find(')', at);
+        if (close == std::string::npos)
+            return;
+        if (close > open) {
+            scanPair(p_strText, open, close, key, value);
+        } else if (close + 1 < open && !tailScanned) {
+            scanPair(p_strText, open, size, key, value);
+            tailScanned = true; // reading it again would give the same numbers
+        }
+        p_pKeyval[*p_pnKeyValNum] = KeyVal{static_cast<u32>(key), static_cast<u32>(value)};
+        ++*p_pnKeyValNum;
+        at = close + 1;
+    }
+}

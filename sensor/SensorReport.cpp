@@ -1,0 +1,180 @@
+#include "SensorReport.h"
+
+// The abort needs the C library's assertion failure, which <cassert> hides in release builds.
+#undef NDEBUG
+#include <unistd.h>
+
+#include <cassert>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+#include "DKFile.h"
+#include "DKLogger.h"
+#include "SySystem.h"
+#include "TextNumber.h"
+
+std::atomic<int> g_nDebugLevel{1};
+std::atomic<bool> g_bEnAssert{false};
+
+namespace {
+
+constexpr char kSignFile[] = "/mnt/mtd/sign/Debug.sign";
+constexpr char kErrorLog[] = "/mnt/mtd/log/SensorError.log";
+constexpr unsigned int kErrorLogSize = 10240;
+constexpr unsigned int kErrorLogFiles = 3;
+constexpr char kAssertTag[] = "[sensor assert]";
+constexpr char kWarnTag[] = "[sensor warn]";
+
+int level() {
+    return g_nDebugLevel.load(std::memory_order_relaxed);
+}
+
+/// One coloured block on standard output, which other threads' lines cannot tear.
+class OutputBlock {
+public:
+    explicit OutputBlock(ReportColour colour) {
+        flockfile(stdout);
+        fprintf(stdout, "\033[%dm\033[%dm", 0, colour);
+    }
+    ~OutputBlock() {
+        fwrite("\033[0m", 1, 4, stdout);
+        funlockfile(stdout);
+    }
+    OutputBlock(const OutputBlock&) = delete;
+    OutputBlock& operator=(const OutputBlock&) = delete;
+
+    void position(const char* tag, const ReportSite& site) {
+        fprintf(stdout, "%s file:%s fun:%s line:%d\n", tag, site.unit, site.function, site.line);
+    }
+};
+
+/// The entries that one block leaves in the error log.
+class LogBlock {
+public:
+    explicit LogBlock(const char* tag) : m_pTag(tag) {
+        m_log.init(kErrorLog, kErrorLogSize, kErrorLogFiles);
+    }
+
+    void position(const ReportSite& site) {
+        write("file:%s fun:%s line:%d\n", site.unit, site.function, site.line);
+    }
+
+    void write(const char* format, ...) __attribute__((format(printf, 2, 3))) {
+        va_list args;
+        va_start(args, format);
+        writeList(format, args);
+        va_end(args);
+    }
+
+    void writeList(const char* format, va_list args) {
+        char text[1024]; // longer texts are cut
+        vsnprintf(text, sizeof text, format, args);
+        m_log.writeLog(m_pTag, text);
+    }
+
+private:
+    const char* m_pTag;
+    DKLogger m_log;
+};
+
+} // namespace
+
+void updateDebugLevel() {
+    if (sy_access(kSignFile, F_OK) != 0) {
+        g_nDebugLevel.store(1, std::memory_order_relaxed);
+        g_bEnAssert.store(false, std::memory_order_relaxed);
+        return;
+    }
+    DKFile file;
+    if (!file.open(kSignFile, DKFile::modeRead))
+        return;
+    FILE* stream = file.getFileHandle();
+    const std::string levelLine = DKFile::ReadOneLine(stream);
+    g_nDebugLevel.store(levelLine.empty() ? 1 : parseInt32(levelLine.c_str()),
+                        std::memory_order_relaxed);
+    const std::string abortLine = DKFile::ReadOneLine(stream);
+    g_bEnAssert.store(!abortLine.empty() && parseInt32(abortLine.c_str()) != 0,
+                      std::memory_order_relaxed);
+    file.close();
+}
+
+void reportAssertion(const ReportSite& site, const char* expression, const char* detail, ...) {
+    updateDebugLevel();
+    if (level() >= 0) {
+        {
+            OutputBlock block(kColourRed);
+            block.position(kAssertTag, site);
+            fprintf(stdout, "%s   ~~~Assertion failed.\n", expression);
+        }
+        LogBlock log(kAssertTag);
+        log.position(site);
+        log.write("%s   ~~~Assertion failed.\n", expression);
+    }
+    if (detail != nullptr) {
+        updateDebugLevel();
+        if (level() >= 0) {
+            va_list args;
+            {
+                OutputBlock block(kColourRed);
+                va_start(args, detail);
+                vfprintf(stdout, detail, args);
+                va_end(args);
+            }
+            LogBlock log(kAssertTag);
+            va_start(args, detail);
+            log.writeList(detail, args);
+            va_end(args);
+        }
+    }
+    if (g_bEnAssert.load(std::memory_order_relaxed)) {
+        fflush(stdout);
+        __assert_fail("bRet", site.unit, static_cast<unsigned int>(site.line), site.signature);
+    }
+}
+
+void reportWarning(const ReportSite& site, const char* format, ...) {
+    updateDebugLevel();
+    if (level() <= 3)
+        return;
+    va_list args;
+    {
+        OutputBlock block(kColourPlain);
+        block.position(kWarnTag, site);
+        va_start(args, format);
+        vfprintf(stdout, format, args);
+        va_end(args);
+    }
+    LogBlock log(kWarnTag);
+    log.position(site);
+    va_start(args, format);
+    log.writeList(format, args);
+    va_end(args);
+}
+
+void reportTrace(TraceKind kind, const ReportSite& site, ReportColour colour, const char* format,
+                 ...) {
+    updateDebugLevel();
+    if (level() <= (kind == TraceKind::Information ? 6 : 5))
+        return;
+    OutputBlock block(colour);
+    block.position(kind == TraceKind::Error   ? "[sensor err]"
+                   : kind == TraceKind::Debug ? "[sensor dbg]"
+                                              : "[sensor info]",
+                   site);
+    va_list args;
+    va_start(args, format);
+    vfprintf(stdout, format, args);
+    va_end(args);
+}
+
+void reportBareDebug(const char* format, ...) {
+    updateDebugLevel();
+    if (level() <= 5)
+        return;
+    OutputBlock block(kColourPlain);
+    va_list args;
+    va_start(args, format);
+    vfprintf(stdout, format, args);
+    va_end(args);
+}

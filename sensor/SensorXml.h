@@ -1,0 +1,23 @@
+#pragma once
+
+#include <tinyxml.h>
+
+#include <string>
+
+/// A TinyXML document with the two operations that the library's texts need.
+class XmlDocument : public TiXmlDocument {
+public:
+    /// Parses a NUL-terminated text. Texts that TinyXML could not parse within the small stacks and
+    /// the time a camera has are refused: over 1 MiB, not UTF-8, more than 64 levels, more than 64
+    /// attributes on an element.
+    /// @param text  null counts as a failure
+    /// @return true when it was parsed; false otherwise, the document is then empty
+    bool LoadMem(const char* text, TiXmlEncoding encoding);
+
+    /// Replaces a text by the document as SaveFile would write it.
+    void getXmlString(std::string& text) const;
+};
+
+/// The decimal number in an attribute.
+/// @return false, with number untouched, when the element has no such attribute
+bool numberAttribute(const TiXmlElement& element, const char* name, int& number);
