@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+struct editline;
+struct history;
+
+namespace host {
+
+/// The command line at a terminal: editing, history, and completion of commands and keys with Tab.
+/// Ctrl-C clears the line; Ctrl-D on an empty line ends.
+class Prompt {
+public:
+    /// @param terminal  the stream of the terminal that lines are edited on
+    explicit Prompt(FILE* terminal);
+    ~Prompt();
+    Prompt(const Prompt&) = delete;
+    Prompt& operator=(const Prompt&) = delete;
+
+    /// Reads the next line. @return false at the end
+    bool read(std::string& line);
+
+private:
+    editline* m_editor;
+    history* m_history;
+};
+
+/// Reads the next line of a file, without its line end; lines of any length, and any bytes.
+/// @return false at the end
+bool readLine(FILE* file, std::string& line);
+
+} // namespace host

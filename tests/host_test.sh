@@ -1,0 +1,115 @@
+#!/bin/bash
+# Drives the built host as a user would: host_test.sh IMGCTL SOURCE. The tables hold shell patterns.
+imgctl=$1 source=$2 failures=0
+work=$(mktemp -d) && trap 'rm -rf "$work"' EXIT
+tree() { rm -rf "${work:?}/$1" && cp -r "$source/device" "$work/$1"; }
+# run TREE ARGUMENT...; further lines of an answer never start with a small letter
+run() {
+    "$imgctl" --device "$work/$1" --speed 50 "${@:2}" >"$work/out" 2>"$work/err"; status=$?
+    grep -aE '^[a-z-]+( |$)' "$work/out" >"$work/answers"
+}
+expect() { # WHAT GOT PATTERN
+    [[ $2 == $3 ]] || { failures=$((failures + 1)); printf '%s: got "%s", expected "%s"\n' "$@" >&2; }
+}
+oneline() { tr '\n' ';' <"$1"; }
+scheme_files() { cat "$work/main/mnt/mtd/code/config_file/"*.cfg | cksum; }
+
+tree main # a script through every command: command | answer
+sed "s|WORK|$work|" >"$work/table" <<'END'
+mode 0|mode 0
+scheme 0|scheme 0
+set scheme-end-hour=24 (Contrast,99)|set 0
+set (34,60)(2337,55)|set 0
+apply brightness=70|apply 0
+get (2337,KEY_BRIGHTNESS)|get (2337,55)(34,60)
+restore brightness|restore 0
+restore-ae|restore-ae 1
+flush|flush 0
+set brightness=61|set 0
+diff|diff scheme=0 file=1 factory=*
+reload|reload 1
+limit brightness 50 40,50,61|limit 34 50 40,50,61
+all|all (8000,1)(8001,0)(8002,0)(8003,24)(8004,0)(34,61)(2337,55)(2353,99)*
+unlimit 34|unlimit 34
+light 5|light 5
+day-night|day-night 1
+fail 153 -1 1|fail 153 -1 1
+status|status scheme=0 mode=0 schemes=4 * day-night=- device-type=1 *
+version|version ?*
+lens zoom-in|lens zoom-in 1
+zoom 24576|zoom position=* ratio=* moving=*
+wait 20|wait 20
+zoom|zoom position=24576 ratio=2000 moving=0
+focus-mode 1|focus-mode 1
+focus 300|focus position=*
+ptz 0|ptz 0
+af|af [0-9]*
+wdr|wdr mode=0 allowed=1
+mirror|mirror 0
+keys|keys 87
+style|style [1-9]*
+common 77|common 77 [1-9]*
+export WORK/exported|export *
+reset|reset 1
+import WORK/exported|import * changed=[1-9]*
+wait 15|wait 15
+get brightness|get (34,61)
+language 1|language 1 [1-9]*
+help|help *
+quit|quit
+END
+cut -d'|' -f1 "$work/table" >"$work/script"
+run main <"$work/script"; expect 'status of the script' "$status $(<"$work/err")" '0 '
+while IFS='|' read -r command answer <&3; do
+    IFS= read -r got <&4; expect "$command" "$got" "$answer"
+done 3<"$work/table" 4<"$work/answers"
+expect 'commands of the help' "$(sed -n '/^help/,$s/^  \([a-z-]*\) .*/\1/p' "$work/out" | sort | xargs)" \
+    "$(cut -d' ' -f1 "$work/script" | sort -u | xargs)"
+run main -c 'mode 0' -c 'scheme 0' -c 'get brightness' -c "export $work/again" -c 'keys --json'
+expect 'after a restart' "$(oneline "$work/answers")$(grep -c '"key":' "$work/out")" '*get (34,61);*;87'
+cmp "$work/exported" "$work/again" || failures=1
+
+# What reaches the layer and the video module, each value once
+run main --trace "$work/trace" -c 'mode 0' -c 'scheme 0' -c 'set (34,62)' -c 'set (34,62)' \
+    -c 'set mirror=1' -c 'set (146,30)' -c day-night -c 'fail 34 -4 1' -c 'set (34,63)'
+expect 'trace' "$(oneline "$work/trace")" "*;ia 34 0 62 62 0;video 2384 1 0;ia 2384 0 1 1 0;$(
+    )ia 146 0 20,30 20,30 0;ia 153 1 - 0 0;ia 34 0 63 63 -4;*"
+
+while IFS='|' read -r arguments commands answer; do # device types and clock, each on a new camera
+    tree typed; eval "run typed $arguments" <<<"${commands//, /$'\n'}"
+    expect "$arguments $commands" "$status $(oneline "$work/answers")" "0 *$answer;"
+    expect "reports with $arguments" "$(grep -a 'sensor assert' "$work/out")" ''
+done <<'END'
+--device-type 4|style, status|status * schemes=2 *device-type=4 *
+--device-type 9|status|status *device-type=9 *
+--device-type 8|scheme, light 0, wait 15, scheme, light 90, wait 15, scheme|scheme 0;*;scheme 1;*;scheme 0
+--device-type 8 --detail '(max_scheme=2)(isInfrared=1)'|mode 0, scheme 0, set (8000,0), mode 1, light 0, wait 15, scheme|;scheme 2
+--clock 07:59|mode 0, scheme 0, set (8001,8)(8003,9), mode 1, wait 2, scheme, wait 80, scheme|;scheme 4;*;scheme 0
+END
+
+before=$(scheme_files)
+printf '[scheme 0]\nKEY_CONTRAST = 1\nbrightnes = 1\n[scheme 9]\nsaturation = 256\n' >"$work/wrong"
+while IFS='|' read -r arguments message; do # errors: arguments | exit status and message
+    eval "run main ${arguments//WORK/$work}" </dev/null
+    expect "$arguments" "$status $(oneline "$work/err")" "$message*"
+done <<'END'
+--devise x|2 *did you mean '--device'?
+--device-type 5|2 *allowed: 1 *, 4 *, 8 *, 9 
+-c 'stat' -c 'mode 1'|2 *did you mean 'status'?
+-c 'set brigtness=1'|3 *did you mean 'brightness'?
+-c 'set (34,60'|2 *allowed: (KEY,VALUE) or KEY=VALUE
+-c 'set (34,256)' -c 'wait x'|3 *KEY_BRIGHTNESS = 256 was refused; it takes 0..255
+-c 'mode 0' -c 'scheme 1' -c 'set (8003,0)' -c flush|1 *does not start before it ends (507)
+-c 'import WORK/wrong'|3 *line 3: *brightness*line 4: *line 5: *0..255*nothing is changed
+END
+expect 'files after refused commands' "$(scheme_files)" "$before"
+printf '# remark\n\n  get 34\0\n%0100000d\nmode 0\nscheme 2' 1 >"$work/odd"
+run main <"$work/odd"; expect 'odd lines' "$status $(oneline "$work/answers")" '2 mode 0;scheme 2;'
+
+for name in one three; do # two cameras at once
+    tree $name; "$imgctl" --device "$work/$name" --speed 50 -c 'mode 0' -c 'scheme 0' \
+        -c "set contrast=${#name}" -c 'wait 20' -c 'get contrast' >"$work/$name.out" &
+done
+wait
+expect 'two at once' "$(tail -qn 1 "$work/one.out" "$work/three.out" | xargs)" 'get (2353,3) get (2353,5)'
+exit $((failures > 0))
