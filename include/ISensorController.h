@@ -45,6 +45,10 @@ enum {
 /// Every member is safe before init and after uinit: nothing is in the arrays then, reads go to the
 /// image-adjust layer, and schemes are empty.
 ///
+/// Memory. The constructor throws std::bad_alloc without memory; nothing else throws. A step that
+/// gets no memory later is reported ("no std::bad_alloc") and counts as failed: a style or text is
+/// then empty, and a bool result false.
+///
 /// Failures are reported (see SensorDebug.h), and most operations then go on. Codes: 0
 /// (SNS_SUCCESS); negative codes of the image-adjust layer, passed on unchanged; 505, 506, 507 for
 /// a time window whose start, end or order is wrong.

@@ -46,8 +46,9 @@ IMGCTL_API int setVersion(u32 p_nVersion);
 // than 64 levels or has more than 64 attributes on one element is reported and read as an empty
 // document.
 
-/// Merges the rules for this device into a style. What fails is reported and passed over. The result
-/// is also written to "/tmp/merge_style.xml", for a look at it; a failure of that is not reported.
+/// Merges the rules for this device into a style. What fails is reported and passed over. The
+/// result is also written to "/tmp/merge_style.xml", for a look at it; a failure of that is not
+/// reported.
 /// @param moduleConfig        its szDetail decides which rule groups apply
 /// @param ui_style            a malloc'd text, replaced by the merged one (the pointer may change)
 /// @param ui_styleDiversity   the rules; null is reported

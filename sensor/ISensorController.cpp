@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "AVStreamParam.h"
 #include "DevicePaths.h"
@@ -36,6 +37,18 @@ bool hasDayNightSchemes(const char* detail) {
     return strlen(detail) < strlen("(isInfrared=0)") ||
            (strstr(detail, "(isInfrared=0)") == nullptr &&
             strstr(detail, "(isInfrared=1)") == nullptr);
+}
+
+/// @return the device type of the machine information; 0 when it cannot be read
+int readDeviceType() try {
+    MachineInfo machineInfo;
+    SystemInfoParser::parseMachineInfo(kMachineInfoFile, machineInfo);
+    DeviceType deviceType;
+    deviceType.setDeviceTypeId(machineInfo.getDeviceType());
+    return deviceType.getDeviceTypeId();
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return 0;
 }
 
 } // namespace
@@ -87,11 +100,7 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
         sy_system(kRemoveSchemeFiles, kRemoveSeconds);
     }
 
-    MachineInfo machineInfo;
-    SystemInfoParser::parseMachineInfo(kMachineInfoFile, machineInfo);
-    DeviceType deviceType;
-    deviceType.setDeviceTypeId(machineInfo.getDeviceType());
-    m_bDayNightSchemes = deviceType.getDeviceTypeId() == DEVICE_TYPE_LPR &&
+    m_bDayNightSchemes = readDeviceType() == DEVICE_TYPE_LPR &&
                          hasDayNightSchemes(g_stSysConf.moduleConfig.szDetail);
     for (u32 s = 0; s < nSchemeSum; ++s) {
         SchemeFileName name(s);
@@ -193,7 +202,7 @@ void ISensorController::loadSchemeFile(u32 p_nScheme, char* p_szName) {
 }
 
 /// Streams of 50 or 60 frames per second leave the sensor no time for wide dynamic range.
-void ISensorController::updateWDRShowFlag() {
+void ISensorController::updateWDRShowFlag() try {
     setshowWDRFalg(true);
     const VideoStreamModule* module = m_pVideoStreamModule;
     if (module == nullptr)
@@ -204,4 +213,6 @@ void ISensorController::updateWDRShowFlag() {
         if (stream.getFrameRate() == 50 || stream.getFrameRate() == 60)
             setshowWDRFalg(false);
     }
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
 }

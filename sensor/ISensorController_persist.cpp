@@ -1,5 +1,6 @@
 #include "ISensorController.h"
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,26 @@ namespace {
 
 constexpr char kUnit[] = "ISensorController.cpp";
 constexpr char kModuleListFile[] = "/hd1/moduleConfig/moduleConfig.xml";
+
+/// The module as the camera describes it now: what is known of it, with the labels of the module
+/// list.
+void readModule(ModuleConfigure& module) try {
+    const ModuleConfig& config = g_stSysConf.moduleConfig;
+    module.setModuleId(static_cast<int>(config.nModuleId));
+    module.setDetail(config.szDetail);
+    module.setParameters(config.szParameters);
+    MachineInfo machineInfo;
+    SystemInfoParser::parseMachineInfo(kMachineInfoFile, machineInfo);
+    std::vector<ModuleConfigure> modules;
+    ModuleConfigureParser::parse(kModuleListFile, std::to_string(machineInfo.getDeviceType()),
+                                 machineInfo.getModelName(), modules);
+    if (!modules.empty()) {
+        module.setLabel(modules.front().getLabel());
+        module.setShortLabel(modules.front().getShortLabel());
+    }
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+}
 
 } // namespace
 
@@ -102,20 +123,8 @@ bool ISensorController::resetParameters() {
     sy_system(kRemoveSchemeFiles, kRemoveSeconds);
     uinit();
 
-    const ModuleConfig& config = g_stSysConf.moduleConfig;
     ModuleConfigure objModuleConfigure;
-    objModuleConfigure.setDetail(config.szDetail);
-    objModuleConfigure.setModuleId(static_cast<int>(config.nModuleId));
-    objModuleConfigure.setParameters(config.szParameters);
-    MachineInfo machineInfo;
-    SystemInfoParser::parseMachineInfo(kMachineInfoFile, machineInfo);
-    std::vector<ModuleConfigure> modules;
-    ModuleConfigureParser::parse(kModuleListFile, std::to_string(machineInfo.getDeviceType()),
-                                 machineInfo.getModelName(), modules);
-    if (!modules.empty()) {
-        objModuleConfigure.setLabel(modules.front().getLabel());
-        objModuleConfigure.setShortLabel(modules.front().getShortLabel());
-    }
+    readModule(objModuleConfigure);
     if (!init(objModuleConfigure))
         REPORT_ASSERTION("init(objModuleConfigure)", "\n");
 

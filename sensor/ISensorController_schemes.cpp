@@ -189,10 +189,18 @@ int ISensorController::sensorThread() {
                          nScheme);
     }
     // The thread waits for nobody: while the controller is busy or a batch is being applied, the
-    // next pass compares again.
-    constexpr u32 kUnlessSet = busy_flags | host_batches;
+    // next pass compares again. The host may have ended automatic switching, and switched itself,
+    // since the mode was read; what was judged then must not undo that.
+    const auto claim = [this] {
+        if (!claimSwitch(busy_flags | host_batches))
+            return false;
+        if (m_nParamMode != 0)
+            return true;
+        m_nFlags &= ~u32{switching_flag};
+        return false;
+    };
     if (!m_bDayNightSchemes) {
-        if (nScheme != m_nCurScheme && claimSwitch(kUnlessSet)) {
+        if (nScheme != m_nCurScheme && claim()) {
             REPORT_DEBUG("SCHEME: auto switch_to(%d)\n", nScheme);
             if (switchClaimed(nScheme, false) != SNS_SUCCESS)
                 REPORT_ASSERTION("SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n", nScheme);
@@ -201,7 +209,7 @@ int ISensorController::sensorThread() {
     }
     const bool bSameSchedule = m_nLastSchedule == nSchedule;
     if (nSchedule == 1) {
-        if ((bSameSchedule && nScheme == m_nCurScheme) || !claimSwitch(kUnlessSet))
+        if ((bSameSchedule && nScheme == m_nCurScheme) || !claim())
             return 0;
         REPORT_DEBUG("SCHEME: auto switch_to(%d)\n", nScheme);
         if (bSameSchedule) {
@@ -217,7 +225,7 @@ int ISensorController::sensorThread() {
     int nMode = 0;
     getDNMode(nMode);
     const int nWanted = nMode != 0 ? 1 : 0;
-    if ((bSameSchedule && nWanted == m_nCurScheme) || !claimSwitch(kUnlessSet))
+    if ((bSameSchedule && nWanted == m_nCurScheme) || !claim())
         return 0;
     switchClaimedLPR(nWanted);
     m_nLastSchedule = nSchedule;

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <mutex>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -46,7 +47,7 @@ int ISensorController::setParameters(const std::string& p_strParameters, bool p_
     return setParameters(m_pstKeyValTmp, nCount, p_bUpdate);
 }
 
-bool ISensorController::getAllParameters(std::string& p_strParameters) {
+bool ISensorController::getAllParameters(std::string& p_strParameters) try {
     const MutexGuard lock(m_mutex, kUnit, __LINE__);
     // The layer corrects a copy, as other threads may be using the array. What it changed goes into
     // the scheme, unless somebody set the value meanwhile.
@@ -66,18 +67,25 @@ bool ISensorController::getAllParameters(std::string& p_strParameters) {
     keyval_st2str(p_strParameters, values, nCount);
     REPORT_DEBUG("current scheme: %d\n%s\n", m_nCurScheme.load(), p_strParameters.c_str());
     return true;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return false;
 }
 
 bool ISensorController::parseSensorParameter(const std::string& p_strIds,
-                                             std::vector<std::string>& p_vecIds) {
+                                             std::vector<std::string>& p_vecIds) try {
     const size_t size = p_strIds.size();
     if (size < 3 || p_strIds[0] != '(' || p_strIds.find(')') != size - 1)
         return false;
     StringHandler::split(p_strIds.substr(1, size - 2), p_vecIds, ",");
     return !p_vecIds.empty();
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return false;
 }
 
-bool ISensorController::getParameters(const std::string& p_strIds, std::string& p_strParameters) {
+bool ISensorController::getParameters(const std::string& p_strIds,
+                                      std::string& p_strParameters) try {
     std::vector<std::string> vecIds;
     if (!parseSensorParameter(p_strIds, vecIds)) {
         // Scripts look for this line, its fixed number included.
@@ -95,9 +103,12 @@ bool ISensorController::getParameters(const std::string& p_strIds, std::string& 
         }
     }
     return true;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return false;
 }
 
-std::string ISensorController::getUIStyleFile() {
+std::string ISensorController::getUIStyleFile() try {
     const MutexGuard lock(m_mutex, kUnit, __LINE__);
     // Kept for the life of the process and refilled at each call; a second controller in the
     // process has a lock of its own, hence the lock of the text.
@@ -108,18 +119,27 @@ std::string ISensorController::getUIStyleFile() {
         REPORT_ASSERTION("SNS_SUCCESS == getDnaStyle(g_stSysConf.szUIStyle, strTmp)");
     REPORT_INFORMATION(kColourPlain, "%s\n", s_strStyle.c_str());
     return s_strStyle;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return std::string();
 }
 
-std::string ISensorController::getUILanguageFile(int languageId) {
+std::string ISensorController::getUILanguageFile(int languageId) try {
     const MutexGuard lock(m_mutex, kUnit, __LINE__);
     REPORT_DEBUG("LanguageId(%d)\n", languageId);
     const UIFileEntry* entry = uiFileEntry(languageId);
     return entry && entry->pszLanguageFile ? entry->pszLanguageFile : "";
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return std::string();
 }
 
-std::string ISensorController::getUICommonFile(int languageId) {
+std::string ISensorController::getUICommonFile(int languageId) try {
     const MutexGuard lock(m_mutex, kUnit, __LINE__);
     REPORT_DEBUG("LanguageId(%d)\n", languageId);
     const UIFileEntry* entry = uiFileEntry(languageId);
     return entry && entry->pszCommonFile ? entry->pszCommonFile : "";
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return std::string();
 }

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <new>
 #include <string>
 
 #include "ImageAdjust.h"
 #include "SensorConfig.h"
+#include "SensorFile_prune.h"
 #include "SensorReport.h"
 #include "SensorXml.h"
 
@@ -60,36 +62,41 @@ void keepAllowedShutter(TiXmlElement* root, int nCmd, int nIndex,
 
 } // namespace
 
-int getDnaStyle(const char* szStyle, std::string& strDnaStyle) {
+// Pruning reports in the name of getDnaStyle, whichever of its two callers wants it.
+#define DNA_SITE \
+    (ReportSite{kUnit, "getDnaStyle", __LINE__, "int getDnaStyle(const char*, std::string&)"})
+
+void pruneStyle(const char* szStyle, XmlDocument& objStyleXmlDoc) {
     ia_dynamic_params_cmds_st dnaCmdList = {};
     if (ia_ioctrl(IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, &dnaCmdList) != SNS_SUCCESS) {
-        REPORT_ASSERTION(
-            "SNS_SUCCESS == ia_ioctrl(IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, "
-            "(void*)(&dnaCmdList))");
+        reportAssertion(DNA_SITE,
+                        "SNS_SUCCESS == ia_ioctrl(IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, "
+                        "(void*)(&dnaCmdList))");
     }
     const int commands = std::clamp<int>(dnaCmdList.cmd_cnt, 0, IA_DYNAMIC_CMD_MAX);
-    XmlDocument objStyleXmlDoc;
     if (!objStyleXmlDoc.LoadMem(szStyle, TIXML_ENCODING_UTF8))
-        REPORT_ASSERTION("objStyleXmlDoc.LoadMem(szStyle, TIXML_ENCODING_UTF8)");
+        reportAssertion(DNA_SITE, "objStyleXmlDoc.LoadMem(szStyle, TIXML_ENCODING_UTF8)");
     TiXmlElement* root = objStyleXmlDoc.RootElement();
-    REPORT_DEBUG("dnaCmdList.cmd_cnt(%d)\n", dnaCmdList.cmd_cnt);
+    reportTrace(TraceKind::Debug, DNA_SITE, kColourPlain, "dnaCmdList.cmd_cnt(%d)\n",
+                dnaCmdList.cmd_cnt);
 
     ia_dynamic_params_attr_st dnaParamList = {};
     for (int i = 0; i < commands; ++i) {
         const int nCmd = dnaCmdList.cmd_list[i];
-        REPORT_DEBUG("dnaCmdList.cmd_list[%d] = cmd(%d)\n", i, nCmd);
+        reportTrace(TraceKind::Debug, DNA_SITE, kColourPlain, "dnaCmdList.cmd_list[%d] = cmd(%d)\n",
+                    i, nCmd);
         if (ia_ioctrl(static_cast<u32>(nCmd), IA_CMD_OPT_GET_PARAM_RNAGE, &dnaParamList) !=
             SNS_SUCCESS) {
-            REPORT_ASSERTION(
-                "SNS_SUCCESS == ia_ioctrl((ia_cmd_e)dnaCmdList.cmd_list[i], "
-                "IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&dnaParamList))");
+            reportAssertion(DNA_SITE,
+                            "SNS_SUCCESS == ia_ioctrl((ia_cmd_e)dnaCmdList.cmd_list[i], "
+                            "IA_CMD_OPT_GET_PARAM_RNAGE, (void*)(&dnaParamList))");
         }
         if (nCmd == kMaxShutterCmd || nCmd == kFixShutterCmd)
             keepAllowedShutter(root, nCmd, i, dnaParamList);
         if (doDnaStyle(root, nCmd, &dnaParamList) != SNS_SUCCESS) {
-            REPORT_ASSERTION(
-                "SNS_SUCCESS == doDnaStyle(objStyleXmlDoc.RootElement(), "
-                "dnaCmdList.cmd_list[i], &dnaParamList)");
+            reportAssertion(DNA_SITE,
+                            "SNS_SUCCESS == doDnaStyle(objStyleXmlDoc.RootElement(), "
+                            "dnaCmdList.cmd_list[i], &dnaParamList)");
         }
     }
     if (getshowWDRFalg()) {
@@ -97,7 +104,18 @@ int getDnaStyle(const char* szStyle, std::string& strDnaStyle) {
         getNodebyCmdId(root, 0, node);
         DeleteNode(root, node);
     }
+}
+
+#undef DNA_SITE
+
+int getDnaStyle(const char* szStyle, std::string& strDnaStyle) try {
+    XmlDocument objStyleXmlDoc;
+    pruneStyle(szStyle, objStyleXmlDoc);
     objStyleXmlDoc.getXmlString(strDnaStyle);
+    return SNS_SUCCESS;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    strDnaStyle.clear();
     return SNS_SUCCESS;
 }
 

@@ -1,7 +1,8 @@
 #include "SensorFile.h"
 
-#include <string>
+#include <new>
 
+#include "SensorFile_prune.h"
 #include "SensorReport.h"
 #include "SensorXml.h"
 
@@ -11,19 +12,20 @@ constexpr char kUnit[] = "SensorFile.cpp";
 
 } // namespace
 
-int getFctData(char* p_szStyle, KeyVal* p_pKeyVal, u32* p_pnKeyValNum, u32 p_nCapacity) {
-    std::string strDnaStyle;
-    if (getDnaStyle(p_szStyle, strDnaStyle) != SNS_SUCCESS)
-        REPORT_ASSERTION("SNS_SUCCESS == getDnaStyle(p_szStyle, strDnaStyle)");
+int getFctData(char* p_szStyle, KeyVal* p_pKeyVal, u32* p_pnKeyValNum, u32 p_nCapacity) try {
+    *p_pnKeyValNum = 0;
     XmlDocument objDnaStyleDoc;
-    if (!objDnaStyleDoc.LoadMem(strDnaStyle.c_str(), TIXML_ENCODING_UTF8))
+    pruneStyle(p_szStyle, objDnaStyleDoc);
+    if (objDnaStyleDoc.NoChildren())
         REPORT_ASSERTION("objDnaStyleDoc.LoadMem(strDnaStyle.c_str(), TIXML_ENCODING_UTF8)");
     TiXmlElement* pRootNode = objDnaStyleDoc.RootElement();
-    *p_pnKeyValNum = 0;
     if (style2KeyVal(pRootNode, p_pKeyVal, p_pnKeyValNum, p_nCapacity) != SNS_SUCCESS) {
         REPORT_ASSERTION("SNS_SUCCESS == style2KeyVal(pRootNode, p_pKeyVal, p_pnKeyValNum)",
                          "p_pnKeyValNum(%u)\n", *p_pnKeyValNum);
     }
+    return SNS_SUCCESS;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
     return SNS_SUCCESS;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "DKFile.h"
@@ -37,7 +38,7 @@ bool replaceBuffer(char** buffer, const std::string& text) {
 
 } // namespace
 
-int mergeStyle(ModuleConfig* moduleConfig, char** ui_style, char* ui_styleDiversity) {
+int mergeStyle(ModuleConfig* moduleConfig, char** ui_style, char* ui_styleDiversity) try {
     XmlDocument doc_style;
     if (!doc_style.LoadMem(*ui_style, TIXML_ENCODING_UTF8))
         REPORT_ASSERTION("doc_style.LoadMem(*ui_style, TIXML_ENCODING_UTF8)");
@@ -83,10 +84,13 @@ int mergeStyle(ModuleConfig* moduleConfig, char** ui_style, char* ui_styleDivers
     if (!replaced || text.empty())
         REPORT_ASSERTION("loadFromFile(\"/tmp/merge_style.xml\", *ui_style, file_len) > 0");
     return SNS_SUCCESS;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return SNS_SUCCESS;
 }
 
 int updateStyleTab(TiXmlDocument* doc_style, const char* op, const char* tab_key,
-                   const TiXmlElement* newTab) {
+                   const TiXmlElement* newTab) try {
     TiXmlElement* root = doc_style ? doc_style->RootElement() : nullptr;
     TiXmlElement* tab_node = root ? root->FirstChildElement() : nullptr;
     if (tab_node == nullptr) {
@@ -110,5 +114,8 @@ int updateStyleTab(TiXmlDocument* doc_style, const char* op, const char* tab_key
     }
     if (modify || strcmp(op, "Delete") == 0)
         root->RemoveChild(tab_node);
+    return 0;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
     return 0;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
+#include <new>
 
 #include "ImageAdjust.h"
 #include "KeyValAccess.h"
@@ -105,12 +106,18 @@ int keyval_correct(KeyVal* p_pKeyval, u32 p_nKeyValNum) {
 }
 
 void keyval_st2str(std::string& p_strText, KeyVal* p_pKeyval, u32 p_nKeyValNum) {
-    for (u32 i = 0; i < p_nKeyValNum; ++i) {
-        p_strText += '(';
-        appendNumber(p_strText, p_pKeyval[i].key);
-        p_strText += ',';
-        appendNumber(p_strText, p_pKeyval[i].value);
-        p_strText += ')';
+    const size_t before = p_strText.size();
+    try {
+        for (u32 i = 0; i < p_nKeyValNum; ++i) {
+            p_strText += '(';
+            appendNumber(p_strText, p_pKeyval[i].key);
+            p_strText += ',';
+            appendNumber(p_strText, p_pKeyval[i].value);
+            p_strText += ')';
+        }
+    } catch (const std::bad_alloc&) {
+        p_strText.resize(before); // all records or none
+        REPORT_ASSERTION("no std::bad_alloc");
     }
 }
 

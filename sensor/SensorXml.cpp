@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 
 #include "TextNumber.h"
 
@@ -175,7 +177,7 @@ private:
 
 } // namespace
 
-bool XmlDocument::LoadMem(const char* text, TiXmlEncoding encoding) {
+bool XmlDocument::LoadMem(const char* text, TiXmlEncoding encoding) try {
     Clear();
     ClearError();
     const size_t size = text ? strnlen(text, kMaxText + 1) : 0;
@@ -189,6 +191,9 @@ bool XmlDocument::LoadMem(const char* text, TiXmlEncoding encoding) {
     // TinyXML keeps what it had read up to the error.
     Clear();
     return false;
+} catch (const std::bad_alloc&) {
+    Clear();
+    return false;
 }
 
 void XmlDocument::getXmlString(std::string& text) const {
@@ -198,10 +203,16 @@ void XmlDocument::getXmlString(std::string& text) const {
     FILE* stream = open_memstream(&buffer, &size);
     if (stream == nullptr)
         return;
-    SaveFile(stream);
-    if (fclose(stream) == 0)
+    bool good = false;
+    try {
+        good = SaveFile(stream);
+    } catch (const std::bad_alloc&) {
+        good = false;
+    }
+    good = fclose(stream) == 0 && good;
+    const std::unique_ptr<char, void (*)(void*)> owner(buffer, free);
+    if (good)
         text.assign(buffer, size);
-    free(buffer);
 }
 
 bool numberAttribute(const TiXmlElement& element, const char* name, int& number) {

@@ -7,6 +7,9 @@
 /// A TinyXML document with the two operations that the library's texts need.
 class XmlDocument : public TiXmlDocument {
 public:
+    /// Nobody asks where in its text an element stood, so the parser need not count lines.
+    XmlDocument() { SetTabSize(0); }
+
     /// Parses a NUL-terminated text. Texts that TinyXML could not parse within the small stacks and
     /// the time a camera has are refused: over 1 MiB, not UTF-8, more than 64 levels, more than 64
     /// attributes on an element.

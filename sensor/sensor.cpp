@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "DetailField.h"
@@ -61,7 +62,7 @@ int loadText(const std::string& path, char** text) {
 
 } // namespace
 
-int initSysConf(const ModuleConfigure& moduleCfg, SysConfig* p_stSysConf) {
+int initSysConf(const ModuleConfigure& moduleCfg, SysConfig* p_stSysConf) try {
     clear(*p_stSysConf);
     ModuleConfig& config = p_stSysConf->moduleConfig;
     copyText(config.szLabel, "xxx");
@@ -127,6 +128,9 @@ int initSysConf(const ModuleConfigure& moduleCfg, SysConfig* p_stSysConf) {
             "&p_stSysConf->szUIStyle, ui_styleDiversity)");
     }
     free(ui_styleDiversity);
+    return SNS_SUCCESS;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
     return SNS_SUCCESS;
 }
 

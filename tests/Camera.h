@@ -72,6 +72,10 @@ protected:
     /// How many sets there have been since the last time.
     size_t setCount();
 
+    /// Calls one of the controller's members, 0 .. kMembers - 1, with arguments of the random kind.
+    static constexpr unsigned int kMembers = 44;
+    void callMember(unsigned int member, Random& random);
+
     /// What a piece of work prints, without colours and with line:0 for every line number.
     template <class Work>
     std::string output(const Work& work) {

@@ -1,38 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <fstream>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "Camera.h"
+#include "CountingNew.h"
 #include "ImageAdjust.h"
 #include "SensorConfig.h"
 #include "SensorFile.h"
-
-namespace {
-
-std::atomic<unsigned long> g_nAllocations{0};
-
-} // namespace
-
-// NOLINTBEGIN(misc-new-delete-overloads): counted, then as usual
-void* operator new(size_t size) {
-    ++g_nAllocations;
-    if (void* memory = malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    free(memory);
-}
-void operator delete(void* memory, size_t /*size*/) noexcept {
-    free(memory);
-}
-// NOLINTEND(misc-new-delete-overloads)
 
 namespace {
 
@@ -169,11 +146,11 @@ TEST_F(Apply, AllocatesNothingForRecords) {
     std::vector<KeyVal> batch;
     for (const KeyVal& kv : schemeFile(0))
         batch.push_back({kv.key, kv.value ^ 1});
-    const unsigned long before = g_nAllocations;
+    const unsigned long before = counting_new::count();
     controller->setParameters(batch.data(), static_cast<u32>(batch.size()), true);
     for (KeyVal& kv : batch)
         controller->setParameters(&kv, 1, true);
-    EXPECT_EQ(before, g_nAllocations);
+    EXPECT_EQ(before, counting_new::count());
 }
 
 TEST_F(Apply, HandlersTellTheVideoModuleInTheirOrder) {

@@ -76,7 +76,6 @@ TEST_F(Reports, AFailedAssertionIsShownInRedAndLoggedAsThreeEntries) {
 
 TEST_F(Reports, TheAbortSwitchEndsTheProcessAfterTheReport) {
     write(kSign, "0\n1\n");
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_DEATH(
         {
             dup2(2, 1); // both outputs in one

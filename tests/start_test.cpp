@@ -165,36 +165,11 @@ TEST_F(Start, ReportsEachThingThatIsMissingAndGoesOn) {
 }
 
 TEST_F(Start, EveryMemberIsSafeBeforeAndAfter) {
+    Random random(4);
     const auto callAll = [&] {
-        int i = 0;
-        u32 u = 0;
-        std::string s;
-        KeyVal kv = {34, 1};
-        keycmd row;
-        ISensorController& c = *controller;
-        c.setParameters(&kv, 1, true);
-        c.setParameters("(34,1)(8000,1)", true);
-        c.setParameter(34, 1, false);
-        c.getParameter(34, i);
-        c.getAllParameters(s);
-        c.getParameters("(34)", s);
-        c.setParamMode(1);
-        c.getParamMode(i);
-        c.setParamScheme(0);
-        c.switch_to(1, true);
-        c.LPR_switch_to(1);
-        c.sensorThread();
-        c.flush();
-        c.restore(34);
-        c.restoreAeMode();
-        c.resetToLastParameters();
-        c.setKeyValToCache(0, 34, 1, true);
-        c.getKeyValFromCache(0, 34, u);
-        c.findFromKeyCmdMap(g_pKeyCmdMap, 34, row);
-        c.getUIStyleFile();
-        c.getUILanguageFile(0);
-        c.getUICommonFile(0);
-        c.uinit();
+        for (u32 member = 0; member < kMembers; ++member)
+            callMember(member, random);
+        controller->uinit();
     };
     output(callAll);
     start();

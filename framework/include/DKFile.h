@@ -3,6 +3,10 @@
 #include <cstdio>
 #include <string>
 
+namespace linux_framework {
+class Replacement;
+}
+
 /// A file on the device, opened by its absolute device path.
 ///
 /// What an implementation must provide (the camera's own, or framework/linux):
@@ -58,6 +62,8 @@ public:
     static std::string ReadOneLine(FILE* stream);
 
 private:
-    struct State;
-    State* m_pState;
+    // Plain members, so that reading the small sign file before every report allocates nothing.
+    int m_nFd = -1;
+    FILE* m_pStream = nullptr; ///< once made, it owns m_nFd and knows the position
+    linux_framework::Replacement* m_pReplacement = nullptr; ///< while writing
 };

@@ -5,7 +5,8 @@
 /// Absolute paths in the command are device paths: an implementation whose device root is not "/"
 /// puts the root in front of every word that starts with "/". May be called by any thread.
 /// @param command  a command for /bin/sh
-/// @param seconds  time limit in real seconds, at least 1 (less counts as 1); the command and what it
+/// @param seconds  time limit in real seconds, at least 1 (less counts as 1); the command and what
+/// it
 ///                 started are then killed. What is left in the background when the command ends is
 ///                 killed too
 /// @return the command's exit status, 0 .. 255; -1 when it could not be run or was killed

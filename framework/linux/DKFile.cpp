@@ -7,19 +7,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <memory>
+#include <new>
 
 #include "FileCalls.h"
 #include "HostPath.h"
 #include "Replacement.h"
-
-struct DKFile::State {
-    int fd = -1;
-    bool writing = false;
-    FILE* stream = nullptr; // once made, it owns fd and knows the position
-    linux_framework::Replacement replacement;
-
-    bool reads() const { return fd >= 0 && !writing; }
-};
 
 namespace {
 
@@ -59,73 +52,74 @@ void endStream(FILE* stream) {
 
 } // namespace
 
-DKFile::DKFile() : m_pState(new State) {}
+DKFile::DKFile() = default;
 
 DKFile::~DKFile() {
     close();
-    delete m_pState;
 }
 
-int DKFile::open(const char* path, unsigned char mode) {
+int DKFile::open(const char* path, unsigned char mode) try {
     close();
     const linux_framework::HostPath host(path);
     if (!host.valid) {
         return 0;
     }
     if (mode == modeRead) {
-        m_pState->fd = openRegular(host.text);
+        m_nFd = openRegular(host.text);
     } else if (mode == (modeWrite | modeTruncate)) {
-        m_pState->fd = m_pState->replacement.begin(host.text);
-        m_pState->writing = true;
+        auto replacement = std::make_unique<linux_framework::Replacement>();
+        m_nFd = replacement->begin(host.text);
+        m_pReplacement = m_nFd >= 0 ? replacement.release() : nullptr;
     }
-    return m_pState->fd >= 0 ? 1 : 0;
+    return m_nFd >= 0 ? 1 : 0;
+} catch (const std::bad_alloc&) {
+    return 0;
 }
 
 int DKFile::read(void* buffer, unsigned int count) {
-    if (!m_pState->reads() || buffer == nullptr) {
+    if (m_nFd < 0 || m_pReplacement != nullptr || buffer == nullptr) {
         return 0;
     }
-    if (m_pState->stream != nullptr) {
-        return static_cast<int>(fread(buffer, 1, bounded(count), m_pState->stream));
+    if (m_pStream != nullptr) {
+        return static_cast<int>(fread(buffer, 1, bounded(count), m_pStream));
     }
-    return static_cast<int>(file_calls::readAll(m_pState->fd, buffer, bounded(count)));
+    return static_cast<int>(file_calls::readAll(m_nFd, buffer, bounded(count)));
 }
 
 int DKFile::write(const void* data, unsigned int count) {
-    if (m_pState->fd < 0 || !m_pState->writing || data == nullptr) {
+    if (m_pReplacement == nullptr || data == nullptr) {
         return 0;
     }
-    return static_cast<int>(file_calls::writeAll(m_pState->fd, data, bounded(count)));
+    return static_cast<int>(file_calls::writeAll(m_nFd, data, bounded(count)));
 }
 
 long long DKFile::getLength() const {
     struct stat status {};
-    return m_pState->fd >= 0 && fstat(m_pState->fd, &status) == 0 ? status.st_size : 0;
+    return m_nFd >= 0 && fstat(m_nFd, &status) == 0 ? status.st_size : 0;
 }
 
 void DKFile::close() {
-    if (m_pState->fd >= 0) {
-        if (m_pState->writing) {
-            m_pState->replacement.finish();
-        } else if (m_pState->stream != nullptr) {
-            fclose(m_pState->stream);
-        } else {
-            ::close(m_pState->fd);
-        }
+    if (m_pReplacement != nullptr) {
+        m_pReplacement->finish();
+        delete m_pReplacement;
+    } else if (m_pStream != nullptr) {
+        fclose(m_pStream);
+    } else if (m_nFd >= 0) {
+        ::close(m_nFd);
     }
-    m_pState->fd = -1;
-    m_pState->writing = false;
-    m_pState->stream = nullptr;
+    m_nFd = -1;
+    m_pStream = nullptr;
+    m_pReplacement = nullptr;
 }
 
 FILE* DKFile::getFileHandle() {
-    if (m_pState->reads() && m_pState->stream == nullptr) {
-        m_pState->stream = fdopen(m_pState->fd, "r");
+    if (m_nFd >= 0 && m_pReplacement == nullptr && m_pStream == nullptr) {
+        m_pStream = fdopen(m_nFd, "r");
     }
-    return m_pState->stream;
+    return m_pStream;
 }
 
-std::string DKFile::ReadOneLine(FILE* stream) {
+std::string DKFile::ReadOneLine(FILE* stream) try {
     constexpr std::size_t kLongest = 1023;
     char line[kLongest];
     std::size_t length = 0; // of the whole line, also beyond what is kept
@@ -150,4 +144,6 @@ std::string DKFile::ReadOneLine(FILE* stream) {
         --length;
     }
     return std::string(line, std::min(length, kLongest));
+} catch (const std::bad_alloc&) {
+    return std::string();
 }

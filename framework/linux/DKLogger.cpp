@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <string>
 
 #include "DKDeviceTime.h"
@@ -95,26 +96,29 @@ bool append(int fd, const std::string& entry, off_t before) {
 
 } // namespace
 
-DKLogger::DKLogger() : m_pState(new State) {}
+DKLogger::DKLogger() : m_pState(new (std::nothrow) State) {}
 
 DKLogger::~DKLogger() {
     delete m_pState;
 }
 
-bool DKLogger::init(char const* path, unsigned int size, unsigned int files) {
+bool DKLogger::init(char const* path, unsigned int size, unsigned int files) try {
     constexpr std::size_t kLongestNumber = sizeof ".4294967295";
     const linux_framework::HostPath host(path);
-    if (!host.valid || std::strlen(host.text) + kLongestNumber > sizeof host.text) {
+    if (m_pState == nullptr || !host.valid ||
+        std::strlen(host.text) + kLongestNumber > sizeof host.text) {
         return false;
     }
     m_pState->path = host.text;
     m_pState->size = size;
     m_pState->files = std::max(files, 1U);
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
-bool DKLogger::writeLog(char const* tag, char const* text) {
-    if (m_pState->path.empty()) {
+bool DKLogger::writeLog(char const* tag, char const* text) try {
+    if (m_pState == nullptr || m_pState->path.empty()) {
         return false;
     }
     const std::lock_guard<std::mutex> guard(s_lock);
@@ -132,4 +136,6 @@ bool DKLogger::writeLog(char const* tag, char const* text) {
     const bool whole = append(fd, entry, status.st_size);
     close(fd);
     return whole;
+} catch (const std::bad_alloc&) {
+    return false;
 }

@@ -60,10 +60,13 @@ public:
     /// @param timeOfDay  microseconds since midnight, or below 0 to keep the time shown
     void simulate(long long timeOfDay, double speed) {
         const std::lock_guard<std::mutex> guard(m_lock);
-        const long long local =
-            timeOfDay < 0 ? shownNow() : machineLocalNow() / kDay * kDay + timeOfDay;
         run(speed);
-        m_nOffset = local - m_nBase;
+        // A clock that keeps its time keeps its offset: none of its time is lost however often the
+        // speed is set, and however long that takes.
+        if (timeOfDay >= 0)
+            m_nOffset = machineLocalNow() / kDay * kDay + timeOfDay - m_nBase;
+        else if (!m_bSimulated)
+            m_nOffset = machineLocalNow() - m_nBase;
         m_bSimulated = true;
     }
 
@@ -95,8 +98,10 @@ public:
     }
 
 private:
-    long long now() const {
-        const double run = static_cast<double>(monotonicNow() - m_nSince) * m_fSpeed;
+    long long now() const { return at(monotonicNow()); }
+
+    long long at(long long monotonic) const {
+        const double run = static_cast<double>(monotonic - m_nSince) * m_fSpeed;
         const long long ran =
             run < static_cast<double>(kEver) ? static_cast<long long>(run) : kEver;
         return std::min(m_nBase + ran, kEver);
@@ -105,8 +110,9 @@ private:
     long long shownNow() const { return m_bSimulated ? now() + m_nOffset : machineLocalNow(); }
 
     void run(double speed) {
-        m_nBase = now();
-        m_nSince = monotonicNow();
+        const long long monotonic = monotonicNow();
+        m_nBase = at(monotonic);
+        m_nSince = monotonic;
         m_fSpeed = speed;
         m_changed.notify_all();
     }

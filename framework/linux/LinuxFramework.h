@@ -29,6 +29,12 @@ bool hostPath(const char* path, char* buffer, unsigned long size);
 /// @param folder  absolute device path of a directory
 void removeLeftovers(const char* folder);
 
+/// Replaces a file of this machine, not of the device: at every moment it holds the old text or all
+/// of the new one. A link keeps pointing at the file. Any thread.
+/// @param path  a path of this machine
+/// @return true; false, with errno set, when it may not be written or is no regular file
+bool replaceHostFile(const std::string& path, const std::string& text);
+
 /// Sets the device's clock: it shows the given local time of today now, and runs faster than real
 /// time by a factor. Pauses that are under way go on by the new clock. Any thread.
 /// @param hour, minute, second  0 .. 23, 0 .. 59, 0 .. 59

@@ -3,6 +3,7 @@
 #include <tinyxml.h>
 
 #include <cstring>
+#include <new>
 
 #include "TextFile.h"
 
@@ -98,7 +99,8 @@ bool matches(const TiXmlElement& element, const char* attribute, const std::stri
 } // namespace
 
 bool ModuleConfigureParser::parse(const std::string& file, const std::string& deviceType,
-                                  const std::string& model, std::vector<ModuleConfigure>& modules) {
+                                  const std::string& model,
+                                  std::vector<ModuleConfigure>& modules) try {
     std::string text;
     if (!linux_framework::readTextFile(file, kLongestFile, text) || !isSoundUtf8(text) ||
         !isShallow(text)) {
@@ -126,4 +128,6 @@ bool ModuleConfigureParser::parse(const std::string& file, const std::string& de
         modules.push_back(std::move(module));
     }
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }

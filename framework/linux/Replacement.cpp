@@ -183,21 +183,50 @@ bool Replacement::targetHoldsTheSame() const {
     return at == written.st_size;
 }
 
-void Replacement::finish() {
+bool Replacement::finish() {
     // EINVAL: the file system has nothing to bring anywhere.
-    if (targetHoldsTheSame() || (file_calls::fdatasync(m_nFd) != 0 && errno != EINVAL) ||
+    const bool same = targetHoldsTheSame();
+    if (same || (file_calls::fdatasync(m_nFd) != 0 && errno != EINVAL) ||
         file_calls::rename(m_strTemporary.c_str(), m_strTarget.c_str()) != 0) {
-        file_calls::unlink(m_strTemporary.c_str());
+        abandon();
+        return same;
+    }
+    const std::string::size_type slash = m_strTarget.rfind('/');
+    if (slash != std::string::npos) {
+        m_strTarget.resize(slash + 1);
     } else {
-        const std::string folder = m_strTarget.substr(0, m_strTarget.rfind('/') + 1);
-        const int fd = file_calls::open(folder.empty() ? "." : folder.c_str(), O_RDONLY);
-        if (fd >= 0) {
-            file_calls::fsync(fd);
-            close(fd);
-        }
+        m_strTarget = ".";
+    }
+    const int fd = file_calls::open(m_strTarget.c_str(), O_RDONLY);
+    if (fd >= 0) {
+        file_calls::fsync(fd);
+        close(fd);
     }
     close(m_nFd);
     m_nFd = -1;
+    return true;
+}
+
+void Replacement::abandon() {
+    const int error = errno;
+    file_calls::unlink(m_strTemporary.c_str());
+    close(m_nFd);
+    m_nFd = -1;
+    errno = error;
+}
+
+bool replaceHostFile(const std::string& path, const std::string& text) {
+    char real[PATH_MAX];
+    Replacement replacement;
+    const int fd = replacement.begin(realpath(path.c_str(), real) != nullptr ? real : path.c_str());
+    if (fd < 0) {
+        return false;
+    }
+    if (file_calls::writeAll(fd, text.data(), text.size()) != text.size()) {
+        replacement.abandon();
+        return false;
+    }
+    return replacement.finish();
 }
 
 } // namespace linux_framework

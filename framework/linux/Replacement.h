@@ -18,7 +18,11 @@ public:
     /// Puts the written content in place. A target that holds the same content already is left
     /// alone: flash wears. When the content cannot be brought to the disk, the target stays as it
     /// was.
-    void finish();
+    /// @return true when the target holds what was written
+    bool finish();
+
+    /// Gives up what was written; the target stays as it was.
+    void abandon();
 
 private:
     bool createTemporary(const std::string& folder, const std::string& name, unsigned int mode);

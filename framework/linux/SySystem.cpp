@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "LinuxFramework.h"
@@ -153,7 +154,7 @@ void awaitEnd(pid_t child, SteadyTime deadline) {
 
 } // namespace
 
-int sy_system(char const* command, int seconds) {
+int sy_system(char const* command, int seconds) try {
     if (command == nullptr) {
         return -1;
     }
@@ -179,4 +180,6 @@ int sy_system(char const* command, int seconds) {
         collected = waitpid(shell, &status, 0);
     } while (collected < 0 && errno == EINTR);
     return collected == shell && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+} catch (const std::bad_alloc&) {
+    return -1;
 }

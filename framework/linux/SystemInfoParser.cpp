@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <new>
 #include <vector>
 
 #include "StringHandler.h"
@@ -13,7 +14,7 @@ constexpr std::size_t kLongestFile = 64UL * 1024;
 
 } // namespace
 
-bool SystemInfoParser::parseMachineInfo(const std::string& path, MachineInfo& info) {
+bool SystemInfoParser::parseMachineInfo(const std::string& path, MachineInfo& info) try {
     using linux_framework::trimmed;
     std::string text;
     if (!linux_framework::readTextFile(path, kLongestFile, text)) {
@@ -40,4 +41,6 @@ bool SystemInfoParser::parseMachineInfo(const std::string& path, MachineInfo& in
         }
     }
     return typed;
+} catch (const std::bad_alloc&) {
+    return false;
 }
