@@ -1,5 +1,8 @@
 #include "ISensorController.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "ISensorController_storage.h"
 #include "SensorReport.h"
 
@@ -117,12 +120,11 @@ static_assert(kRowCount == 87, "the map has 87 rows");
 /// The map's rows never change, so a map that was built once serves every later start.
 void ISensorController::buildKeyCmdMap() {
     if (m_pStorage->map == nullptr) {
-        const int rows = __atomic_load_n(&g_nKeyCmdNum, __ATOMIC_RELAXED);
-        m_pStorage->map.reset(new (std::nothrow) keycmd[rows > kRowCount ? rows : kRowCount]());
+        const int rows = std::max(kRowCount, __atomic_load_n(&g_nKeyCmdNum, __ATOMIC_RELAXED));
+        m_pStorage->map.reset(new (std::nothrow) keycmd[static_cast<size_t>(rows)]());
         if (m_pStorage->map == nullptr)
             return;
-        for (int i = 0; i < kRowCount; ++i)
-            m_pStorage->map[i] = kRows[i];
+        std::copy(std::begin(kRows), std::end(kRows), m_pStorage->map.get());
     }
     m_pKeyCmdMap = m_pStorage->map.get();
     __atomic_store_n(&g_pKeyCmdMap, m_pStorage->map.get(), __ATOMIC_RELEASE);

@@ -1,11 +1,12 @@
 #!/bin/bash
-# Drives the built host as a user would: host_test.sh IMGCTL SOURCE. The tables hold shell patterns.
-imgctl=$1 source=$2 failures=0
+# Drives the built host as a user would: host_test.sh SOURCE IMGCTL, where IMGCTL may be a command of
+# several words. The tables hold shell patterns.
+source=$1 imgctl=("${@:2}") failures=0
 work=$(mktemp -d) && trap 'rm -rf "$work"' EXIT
 tree() { rm -rf "${work:?}/$1" && cp -r "$source/device" "$work/$1"; }
 # run TREE ARGUMENT...; further lines of an answer never start with a small letter
 run() {
-    "$imgctl" --device "$work/$1" --speed 50 "${@:2}" >"$work/out" 2>"$work/err"; status=$?
+    "${imgctl[@]}" --device "$work/$1" --speed 50 "${@:2}" >"$work/out" 2>"$work/err"; status=$?
     grep -aE '^[a-z-]+( |$)' "$work/out" >"$work/answers"
 }
 expect() { # WHAT GOT PATTERN
@@ -31,6 +32,7 @@ reload|reload 1
 limit brightness 50 40,50,61|limit 34 50 40,50,61
 all|all (8000,1)(8001,0)(8002,0)(8003,24)(8004,0)(34,61)(2337,55)(2353,99)*
 unlimit 34|unlimit 34
+compliance brightness|compliance 34 KEY_BRIGHTNESS ok
 light 5|light 5
 day-night|day-night 1
 fail 153 -1 1|fail 153 -1 1
@@ -100,6 +102,7 @@ done <<'END'
 -c 'set (34,60'|2 *allowed: (KEY,VALUE) or KEY=VALUE
 -c 'set (34,256)' -c 'wait x'|3 *KEY_BRIGHTNESS = 256 was refused; it takes 0..255
 -c 'mode 0' -c 'scheme 1' -c 'set (8003,0)' -c flush|1 *does not start before it ends (507)
+-c 'fail 34 -1' -c 'compliance 34'|1 
 -c 'import WORK/wrong'|3 *line 3: *brightness*line 4: *line 5: *0..255*nothing is changed
 END
 expect 'files after refused commands' "$(scheme_files)" "$before"
@@ -107,7 +110,7 @@ printf '# remark\n\n  get 34\0\n%0100000d\nmode 0\nscheme 2' 1 >"$work/odd"
 run main <"$work/odd"; expect 'odd lines' "$status $(oneline "$work/answers")" '2 mode 0;scheme 2;'
 
 for name in one three; do # two cameras at once
-    tree $name; "$imgctl" --device "$work/$name" --speed 50 -c 'mode 0' -c 'scheme 0' \
+    tree $name; "${imgctl[@]}" --device "$work/$name" --speed 50 -c 'mode 0' -c 'scheme 0' \
         -c "set contrast=${#name}" -c 'wait 20' -c 'get contrast' >"$work/$name.out" &
 done
 wait

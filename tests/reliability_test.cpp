@@ -281,9 +281,15 @@ TEST_F(Reliability, EveryMemberMayBeCalledByManyThreadsAtOnce) {
     });
     EXPECT_FALSE(hung);
     printf("%lu calls\n", calls.load());
-    const auto stopping = Clock::now();
-    controller->uinit();
-    EXPECT_LT(Clock::now() - stopping, std::chrono::milliseconds(1000));
+    auto stopping =
+        Clock::duration::max(); // the shortest of a few, as other tests use the machine too
+    for (int i = 0; i < 5; ++i) {
+        output([&] { start(); });
+        const auto begin = Clock::now();
+        controller->uinit();
+        stopping = std::min(stopping, Clock::now() - begin);
+    }
+    EXPECT_LT(stopping, std::chrono::milliseconds(100));
     simulated_ia::setDelay(0);
 
     // Every value in force is one that some caller, a file or the factory gave; after a whole

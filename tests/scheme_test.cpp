@@ -117,8 +117,8 @@ TEST_F(Schemes, TheWorkerSwitchesByTheClockAndSendsOnlyWhatDiffers) {
         int hour, minute, scheme;
         Lines sets;
     } table[] = {
-        {7, 59, 2, {}},  {8, 0, 0, {"34 0 10 0"}},
-        {11, 59, 0, {}}, {12, 0, 1, {"34 0 20 0"}},
+        {7, 30, 2, {}},  {8, 0, 0, {"34 0 10 0"}},
+        {11, 30, 0, {}}, {12, 0, 1, {"34 0 20 0"}},
         {13, 0, 1, {}},  {14, 0, 2, {"34 0 " + std::to_string(stored(2, 34)) + " 0"}},
     };
     for (const auto& row : table) {

@@ -2,7 +2,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -179,19 +181,67 @@ TEST_F(Start, EveryMemberIsSafeBeforeAndAfter) {
     EXPECT_EQ(0, controller->setParameter(34, 9, true));
 }
 
+/// Every call of the layer fails once, with every code where that is quick, in every kind of
+/// operation.
 TEST_F(Start, SurvivesAnyFailingLayerCall) {
     start();
-    unsigned long n = 0;
-    const unsigned long before = simulated_ia::callCount();
-    start();
-    const unsigned long calls = simulated_ia::callCount() - before;
-    ASSERT_GT(calls, 30u);
-    for (n = 1; n <= calls; ++n) {
-        simulated_ia::failNthCall(n, -1 - static_cast<int>(n % 6));
-        output([&] { start(); });
-        ASSERT_TRUE(controller->getSensorStatus());
-        ASSERT_EQ(4u, g_stSysConf.nSchemeSum);
-        ASSERT_EQ(0, controller->setParameter(34, static_cast<int>(n % 100), false));
+    controller->setParamMode(0);
+    controller->setParamScheme(1);
+    controller->setParameters("(8000,1)(8003,9)", true);
+    controller->flush();
+    const auto different = [this](int scheme) {
+        for (const KeyVal& kv : schemeFile(scheme)) {
+            if (kv.key < KEY_SCHEME_ENABLE || kv.key > KEY_SCHEME_END_MIN)
+                controller->setKeyValToCache(static_cast<u32>(scheme), kv.key, kv.value ^ 1, false);
+        }
+    };
+    const struct {
+        std::function<void()> prepare;
+        std::function<void()> work;
+        int scheme; ///< in force afterwards, whatever failed
+        int codes;
+    } operations[] = {
+        {[] {}, [this] { start(); }, 0, 1},
+        {[&] { controller->setParamScheme(0), different(1); },
+         [this] { EXPECT_TRUE(controller->setParamScheme(1)); }, 1, 6},
+        {[&] { different(1); }, [this] { controller->resetToLastParameters(); }, 1, 6},
+        {[&] { different(1); }, [this] { controller->restoreAeMode(); }, 1, 6},
+        {[] {}, [this] { controller->resetParameters(); }, 0, 1},
+    };
+    for (const auto& operation : operations) {
+        unsigned long used = 1;
+        for (unsigned long n = 1; n <= used; ++n) {
+            for (int code = 1; code <= operation.codes; ++code) {
+                controller->setParamMode(0);
+                operation.prepare();
+                const unsigned long before = simulated_ia::callCount();
+                simulated_ia::failNthCall(
+                    n, operation.codes > 1 ? -code : -1 - static_cast<int>(n % 6));
+                output(operation.work);
+                used = std::max(used, simulated_ia::callCount() - before);
+                simulated_ia::failNthCall(0, 0);
+                int scheme = -1;
+                controller->getParamScheme(scheme);
+                ASSERT_EQ(operation.scheme, scheme) << n;
+                ASSERT_TRUE(controller->getSensorStatus());
+                ASSERT_EQ(0, controller->setParameter(34, static_cast<int>(n % 100), true));
+            }
+        }
+    }
+    // A batch keeps what came before the failure and nothing after it.
+    controller->setParamMode(0);
+    const u32 keys[] = {34, 2337, 2353, 2321};
+    for (u32 n = 0; n < 4; ++n) {
+        KeyVal batch[4];
+        u32 old[4];
+        for (u32 i = 0; i < 4; ++i) {
+            old[i] = stored(0, keys[i]);
+            batch[i] = {keys[i], old[i] ^ 1};
+        }
+        simulated_ia::failNthCall(n + 1, -2);
+        EXPECT_EQ(-static_cast<int>(keys[n]), controller->setParameters(batch, 4, true));
+        for (u32 i = 0; i < 4; ++i)
+            EXPECT_EQ(i < n ? old[i] ^ 1 : old[i], stored(0, keys[i]));
     }
 }
 

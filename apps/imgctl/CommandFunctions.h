@@ -45,6 +45,9 @@ Status runStyle(const Call& call);
 Status runLanguage(const Call& call);
 Status runCommon(const Call& call);
 
+// The layer against its contract
+Status runCompliance(const Call& call);
+
 // The simulated layer
 Status runFail(const Call& call);
 Status runLight(const Call& call);

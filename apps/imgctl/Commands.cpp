@@ -106,6 +106,8 @@ const std::vector<Command>& commands() {
         {"wdr", "[0|1]", "wide dynamic range; with 0 or 1, whether its mode may be set", runWdr},
         {"day-night", "", "0 by day, 1 by night", runDayNight},
         {"mirror", "", "the mirror setting", runMirror},
+        {"compliance", "[KEY]", "try the layer against its contract, key by key, and restore it",
+         runCompliance},
         {"fail", "CMD CODE [COUNT]",
          "let a command of the layer fail COUNT times, or until CODE is 0", runFail},
         {"light", "LEVEL", "light on the sensor, 0 (dark) to 100", runLight},

@@ -9,7 +9,9 @@
 
 namespace {
 
-constexpr std::size_t kLongestFile = 256UL * 1024;
+// TinyXML looks each attribute up among those before it, so an element full of them must stay
+// small.
+constexpr std::size_t kLongestFile = 16UL * 1024;
 constexpr int kDeepestNesting = 64;
 
 bool isContinuation(char c) {
