@@ -23,7 +23,7 @@ bool isDigit(char c) {
 
 /// Reads a signed decimal at text[at ..], blanks before it included, and moves at behind it.
 /// @return false, with at and number as they were, when there is none
-bool scanNumber(const std::string& text, size_t& at, size_t end, int& number) {
+bool scanNumber(const char* text, size_t& at, size_t end, int& number) {
     size_t i = at;
     while (i < end && isBlank(text[i]))
         ++i;
@@ -32,38 +32,36 @@ bool scanNumber(const std::string& text, size_t& at, size_t end, int& number) {
         ++i;
     if (i >= end || !isDigit(text[i]))
         return false;
-    // Built as a negative number, whose range reaches one further.
-    int value = 0;
+    // Beyond 32 bits further digits change nothing: the number is cut all the same.
+    unsigned long long value = 0;
     for (; i < end && isDigit(text[i]); ++i) {
-        const int digit = text[i] - '0';
-        value = value < (INT_MIN + digit) / 10 ? INT_MIN : value * 10 - digit;
+        if (value <= 0xffffffffu)
+            value = value * 10 + static_cast<u32>(text[i] - '0');
     }
+    value = std::min(value, static_cast<unsigned long long>(INT_MAX) + (negative ? 1 : 0));
     at = i;
-    number = negative ? value : value == INT_MIN ? INT_MAX : -value;
+    number = static_cast<int>(negative ? 0u - static_cast<u32>(value) : static_cast<u32>(value));
     return true;
 }
 
 /// Reads "(key,value" at text[at ..]. Numbers that are not there stay as they are.
-void scanPair(const std::string& text, size_t at, size_t end, int& key, int& value) {
+void scanPair(const char* text, size_t at, size_t end, int& key, int& value) {
     ++at; // the opening parenthesis
     if (scanNumber(text, at, end, key) && at < end && text[at] == ',')
         scanNumber(text, ++at, end, value);
 }
 
-/// Appends a signed decimal.
-void appendNumber(std::string& text, u32 word) {
-    char digits[12];
-    char* const end = digits + sizeof digits;
-    char* start = end;
+/// Writes a signed decimal so that it ends before end. @return its start
+char* writeNumber(char* end, u32 word) {
     const bool negative = static_cast<int>(word) < 0;
     u32 rest = negative ? 0u - word : word;
     do {
-        *--start = static_cast<char>('0' + rest % 10);
+        *--end = static_cast<char>('0' + rest % 10);
         rest /= 10;
     } while (rest != 0);
     if (negative)
-        *--start = '-';
-    text.append(start, static_cast<size_t>(end - start));
+        *--end = '-';
+    return end;
 }
 
 } // namespace
@@ -108,12 +106,16 @@ int keyval_correct(KeyVal* p_pKeyval, u32 p_nKeyValNum) {
 void keyval_st2str(std::string& p_strText, KeyVal* p_pKeyval, u32 p_nKeyValNum) {
     const size_t before = p_strText.size();
     try {
+        p_strText.reserve(before + p_nKeyValNum * 12);
         for (u32 i = 0; i < p_nKeyValNum; ++i) {
-            p_strText += '(';
-            appendNumber(p_strText, p_pKeyval[i].key);
-            p_strText += ',';
-            appendNumber(p_strText, p_pKeyval[i].value);
-            p_strText += ')';
+            char pair[28];
+            char* start = pair + sizeof pair;
+            *--start = ')';
+            start = writeNumber(start, p_pKeyval[i].value);
+            *--start = ',';
+            start = writeNumber(start, p_pKeyval[i].key);
+            *--start = '(';
+            p_strText.append(start, static_cast<size_t>(pair + sizeof pair - start));
         }
     } catch (const std::bad_alloc&) {
         p_strText.resize(before); // all records or none
@@ -127,11 +129,30 @@ void keyval_str2st(const std::string& p_strText, KeyVal* p_pKeyval, u32* p_pnKey
     int key = 0;
     int value = 0;
     const size_t size = p_strText.size();
+    const char* const text = p_strText.data();
     // A text may hold many ")" before a distant "(": each search goes on where it is still valid.
     size_t open = 0;
+    bool searched = false;
     bool tailScanned = false;
     for (size_t at = 0; at < size && *p_pnKeyValNum < p_nCapacity;) {
-        if (at == 0 || open < at) {
+        // The usual pair stands right here and needs no search.
+        if (text[at] == '(') {
+            size_t behind = at + 1;
+            int wholeKey = 0;
+            int wholeValue = 0;
+            if (scanNumber(text, behind, size, wholeKey) && behind < size && text[behind] == ',' &&
+                scanNumber(text, ++behind, size, wholeValue) && behind < size &&
+                text[behind] == ')') {
+                key = wholeKey;
+                value = wholeValue;
+                p_pKeyval[*p_pnKeyValNum] = KeyVal{static_cast<u32>(key), static_cast<u32>(value)};
+                ++*p_pnKeyValNum;
+                at = behind + 1;
+                continue;
+            }
+        }
+        if (!searched || open < at) {
+            searched = true;
             open = p_strText.find('(', at);
             tailScanned = false;
         }
@@ -141,9 +162,9 @@ void keyval_str2st(const std::string& p_strText, KeyVal* p_pKeyval, u32* p_pnKey
         if (close == std::string::npos)
             return;
         if (close > open) {
-            scanPair(p_strText, open, close, key, value);
+            scanPair(text, open, close, key, value);
         } else if (close + 1 < open && !tailScanned) {
-            scanPair(p_strText, open, size, key, value);
+            scanPair(text, open, size, key, value);
             tailScanned = true; // reading it again would give the same numbers
         }
         p_pKeyval[*p_pnKeyValNum] = KeyVal{static_cast<u32>(key), static_cast<u32>(value)};

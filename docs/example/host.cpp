@@ -28,20 +28,20 @@ extern "C" int ia_ioctrl(unsigned int cmd, unsigned int opt, void* data) {
         return 0;
     }
     switch (opt) {
-    case IA_CMD_OPT_SET:
-        memcpy(&values[cmd], data, sizeof(int));
-        printf("sensor: command %u takes %d\n", cmd, values[cmd]);
-        return 0;
-    case IA_CMD_OPT_GET:
-        memcpy(data, &values[cmd], sizeof(int));
-        return 0;
-    case IA_CMD_OPT_CORRECT_PARAM:
-        return 0; // every value is legal
-    case IA_CMD_OPT_GET_EXEC_STATUS:
-        memset(data, 0, sizeof(int)); // nothing takes time
-        return 0;
-    default:
-        return IA_ERR_ARGUMENT;
+        case IA_CMD_OPT_SET:
+            memcpy(&values[cmd], data, sizeof(int));
+            printf("sensor: command %u takes %d\n", cmd, values[cmd]);
+            return 0;
+        case IA_CMD_OPT_GET:
+            memcpy(data, &values[cmd], sizeof(int));
+            return 0;
+        case IA_CMD_OPT_CORRECT_PARAM:
+            return 0; // every value is legal
+        case IA_CMD_OPT_GET_EXEC_STATUS:
+            memset(data, 0, sizeof(int)); // nothing takes time
+            return 0;
+        default:
+            return IA_ERR_ARGUMENT;
     }
 }
 
@@ -52,7 +52,9 @@ public:
         printf("video: %d becomes %d\n", key, value);
         return 0;
     }
-    void getAVStreamParams(std::vector<AVStreamParam>& list) const override { list.emplace_back(25); }
+    void getAVStreamParams(std::vector<AVStreamParam>& list) const override {
+        list.emplace_back(25);
+    }
 };
 
 int main(int argc, char** argv) {
