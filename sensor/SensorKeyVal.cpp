@@ -106,7 +106,7 @@ int keyval_correct(KeyVal* p_pKeyval, u32 p_nKeyValNum) {
 void keyval_st2str(std::string& p_strText, KeyVal* p_pKeyval, u32 p_nKeyValNum) {
     const size_t before = p_strText.size();
     try {
-        p_strText.reserve(before + p_nKeyValNum * 12);
+        p_strText.reserve(before + size_t{12} * p_nKeyValNum);
         for (u32 i = 0; i < p_nKeyValNum; ++i) {
             char pair[28];
             char* start = pair + sizeof pair;

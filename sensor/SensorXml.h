@@ -14,10 +14,10 @@ public:
     /// the time a camera has are refused: over 1 MiB, not UTF-8, more than 64 levels, more than 64
     /// attributes on an element.
     /// @param text  null counts as a failure
-    /// @return true when it was parsed; false otherwise, the document is then empty
+    /// @return true when it was parsed; false otherwise, there is nothing in it then
     bool LoadMem(const char* text, TiXmlEncoding encoding);
 
-    /// Replaces a text by the document as SaveFile would write it.
+    /// Replaces a text by what SaveFile would write.
     void getXmlString(std::string& text) const;
 };
 
