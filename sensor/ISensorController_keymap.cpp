@@ -1,7 +1,7 @@
 #include "ISensorController.h"
 
 #include <algorithm>
-#include <iterator>
+#include <cstring>
 
 #include "ISensorController_storage.h"
 #include "SensorReport.h"
@@ -13,14 +13,47 @@ namespace {
 
 constexpr char kUnit[] = "ISensorController.cpp";
 
+/// The handlers that rows name.
+enum HandlerIndex : unsigned char {
+    doIaCmd,
+    doIaCmd_User,
+    doHwdr,
+    doDIS,
+    doMirror,
+    doBeaway,
+    doImageAdjust,
+    doDNThr,
+    doDNTime,
+    kNoHandler
+};
+struct Handler {
+    SensorHandler handler;
+    const char* name;
+};
+#define HANDLER(name) \
+    { &ISensorController::name, "&ISensorController::" #name }
+constexpr Handler kHandlers[] = {
+    HANDLER(doIaCmd),  HANDLER(doIaCmd_User), HANDLER(doHwdr),        HANDLER(doDIS),
+    HANDLER(doMirror), HANDLER(doBeaway),     HANDLER(doImageAdjust), HANDLER(doDNThr),
+    HANDLER(doDNTime), {nullptr, "NULL"},
+};
+
+/// A row as the library carries it: without pointers, so that it takes little of the flash and
+/// nothing is to be done for it when the library is loaded.
+struct Row {
+    unsigned short key;
+    unsigned short command;
+    HandlerIndex handler;
+    char name[27];
+};
 #define ROW(key, command, handler) \
-    { key, command, &ISensorController::handler, #key, "&ISensorController::" #handler }
+    { key, command, handler, #key }
 #define SCHEME_ROW(key) \
-    { key, 0, nullptr, #key, "NULL" }
+    { key, 0, kNoHandler, #key }
 
 // The order is part of the interface. Mind the iris rows, whose commands cross over, and the frame
 // rate, whose command is not its key.
-constexpr keycmd kRows[] = {
+constexpr Row kRows[] = {
     ROW(KEY_BRIGHTNESS, 34, doIaCmd),
     ROW(KEY_SATURATION, 2337, doIaCmd),
     ROW(KEY_CONTRAST, 2353, doIaCmd),
@@ -112,6 +145,7 @@ constexpr keycmd kRows[] = {
 constexpr int kRowCount = static_cast<int>(sizeof kRows / sizeof kRows[0]);
 static_assert(kRowCount == 87, "the map has 87 rows");
 
+#undef HANDLER
 #undef ROW
 #undef SCHEME_ROW
 
@@ -124,7 +158,16 @@ void ISensorController::buildKeyCmdMap() {
         m_pStorage->map.reset(new (std::nothrow) keycmd[static_cast<size_t>(rows)]());
         if (m_pStorage->map == nullptr)
             return;
-        std::copy(std::begin(kRows), std::end(kRows), m_pStorage->map.get());
+        keycmd* to = m_pStorage->map.get();
+        for (const Row& row : kRows) {
+            const Handler& handler = kHandlers[row.handler];
+            to->key = row.key;
+            to->ia_cmd = row.command;
+            to->handler = handler.handler;
+            memcpy(to->name, row.name, sizeof row.name);
+            strncpy(to->handler_name, handler.name, sizeof to->handler_name - 1);
+            ++to;
+        }
     }
     m_pKeyCmdMap = m_pStorage->map.get();
     __atomic_store_n(&g_pKeyCmdMap, m_pStorage->map.get(), __ATOMIC_RELEASE);
