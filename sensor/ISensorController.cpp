@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "ISensorController.cpp";
+constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 
 /// What the night scheme of a plate-recognition camera differs in from the factory values.
 constexpr KeyVal kNightValues[] = {

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "ISensorController.cpp";
+constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 
 bool isSchemeKey(u32 key) {
     return key >= KEY_SCHEME_ENABLE && key <= KEY_SCHEME_END_MIN;

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "ISensorController.cpp";
+constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 
 /// A camera that is turned away from its scene shows it from behind: the two mirrorings change
 /// places.

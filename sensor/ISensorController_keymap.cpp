@@ -11,7 +11,7 @@ keycmd* g_pKeyCmdMap = nullptr;
 
 namespace {
 
-constexpr char kUnit[] = "ISensorController.cpp";
+constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 
 /// The handlers that rows name.
 enum HandlerIndex : unsigned char {

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "ISensorController.cpp";
+constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 
 // The values and commands that a step of the lens needs.
 constexpr int kManualFocus = 1;
@@ -25,14 +25,14 @@ constexpr u32 kZoomPositions[] = {16384, 24576, 27264, 28672, 29056, 29440, 2972
 } // namespace
 
 int ISensorController::setParameter(int key, int value, bool b) {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("p_Parameters22222222222(%d, %d)\n", key, value);
     KeyVal kv = {static_cast<u32>(key), static_cast<u32>(value)};
     return setParameters(&kv, 1, b);
 }
 
 bool ISensorController::getParameter(int p_nKey, int& p_nVal) {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("p_nKey(%d)\n", p_nKey);
     u32 nCached = 0;
     if (getKeyValFromCache(static_cast<u32>(m_nCurScheme), static_cast<u32>(p_nKey), nCached) !=

@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "ISensorController.cpp";
+constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 constexpr char kModuleListFile[] = "/hd1/moduleConfig/moduleConfig.xml";
 
 /// The module as the camera describes it now: what is known of it, with the labels of the module
@@ -53,7 +53,7 @@ int ISensorController::saveScheme(char* p_szName, const KeyVal* p_pArray) {
 }
 
 int ISensorController::flush() {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     const u32 nScheme = static_cast<u32>(m_nCurScheme);
     if (nScheme >= g_stSysConf.nSchemeSum)
         return SNS_SUCCESS;
@@ -65,7 +65,7 @@ int ISensorController::flush() {
 }
 
 int ISensorController::restore(int p_nKey) {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("p_nKey(%d)\n", p_nKey);
     KeyVal* const array = schemeArray(static_cast<u32>(m_nCurScheme));
     const int nPos = array ? findRecord(array, m_nKeyValSum, static_cast<u32>(p_nKey)) : -1;
@@ -87,7 +87,7 @@ bool ISensorController::resetToLastParameters() {
     if (nScheme >= loadWord(g_stSysConf.nSchemeSum))
         return true;
     SchemeFileName szTmp(nScheme);
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     m_nFlags |= restoring_flag;
     // A switch that was under way is let end; the next one waits for the flag.
     while ((m_nFlags & switching_flag) != 0)
@@ -111,7 +111,7 @@ bool ISensorController::resetToLastParameters() {
 }
 
 bool ISensorController::resetParameters() {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("resetting\n");
     m_nFlags |= resetting_flag;
     while (!claimSwitch(switching_flag))

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "ISensorController.cpp";
+constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 
 /// Where a scheme's array holds its time window.
 enum WindowPosition : u32 {
@@ -55,9 +55,8 @@ int ISensorController::switch_to(int nScheme, bool bApplyAll) {
 
 /// The switch itself, by whoever has claimed it; reports in the name of switch_to.
 int ISensorController::switchClaimed(int nScheme, bool bApplyAll) {
-    constexpr char kFunction[] = "switch_to";
     constexpr char kSignature[] = "int ISensorController::switch_to(int, bool)";
-    reportTrace(TraceKind::Debug, ReportSite{kUnit, kFunction, __LINE__, kSignature}, kColourPlain,
+    reportTrace(TraceKind::Debug, REPORT_SITE_AS(kSignature), kColourPlain,
                 "switch_to(): %d -> %d\n", m_nCurScheme.load(), nScheme);
     m_nLastScheme = m_nCurScheme.load();
     m_nCurScheme = nScheme;
@@ -66,7 +65,7 @@ int ISensorController::switchClaimed(int nScheme, bool bApplyAll) {
         setParameters(array, m_nKeyValSum, false);
     } else if (setParameters(array, m_nKeyValSum, true) != SNS_SUCCESS) {
         reportAssertion(
-            ReportSite{kUnit, kFunction, __LINE__, kSignature},
+            REPORT_SITE_AS(kSignature),
             "SNS_SUCCESS == setParameters(m_ppUserKeyVal[m_nCurScheme], m_nKeyValSum, true)",
             "m_nCurScheme(%d) m_nKeyValSum(%d)\n", m_nCurScheme.load(),
             static_cast<int>(m_nKeyValSum));
@@ -99,7 +98,7 @@ void ISensorController::switchClaimedLPR(int nScheme) {
 }
 
 bool ISensorController::setParamScheme(int p_nScheme) {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     if (p_nScheme < 0 || static_cast<u32>(p_nScheme) > g_stSysConf.nSchemeSum) {
         REPORT_ASSERTION("p_nScheme >= 0 && (u32)p_nScheme <= g_stSysConf.nSchemeSum",
                          "p_nScheme(%d)\n", p_nScheme);
@@ -109,13 +108,13 @@ bool ISensorController::setParamScheme(int p_nScheme) {
 }
 
 bool ISensorController::getParamScheme(int& nScheme) {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     nScheme = m_nCurScheme;
     return true;
 }
 
 bool ISensorController::setParamMode(int p_nMode) {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     if (static_cast<u32>(p_nMode) > 1)
         REPORT_ASSERTION("0 == p_nMode || 1 == p_nMode", "p_nMode(%d)\n", p_nMode);
     waitWhileBusy();
@@ -124,7 +123,7 @@ bool ISensorController::setParamMode(int p_nMode) {
 }
 
 bool ISensorController::getParamMode(int& nMode) {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     nMode = m_nParamMode;
     return true;
 }

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "ISensorController.cpp";
+constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 
 /// Sets a word of a scheme's array if it still has the value that was read.
 void replaceWord(u32& word, u32 expected, u32 value) {
@@ -39,7 +39,7 @@ const UIFileEntry* uiFileEntry(int languageId) {
 } // namespace
 
 int ISensorController::setParameters(const std::string& p_strParameters, bool p_bUpdate) {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("p_Parameters1111111111(%s)\n", p_strParameters.c_str());
     u32 nCount = 0;
     keyval_str2st(p_strParameters, m_pstKeyValTmp, &nCount,
@@ -48,7 +48,7 @@ int ISensorController::setParameters(const std::string& p_strParameters, bool p_
 }
 
 bool ISensorController::getAllParameters(std::string& p_strParameters) try {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     // The layer corrects a copy, as other threads may be using the array. What it changed goes into
     // the scheme, unless somebody set the value meanwhile.
     KeyVal* const array = schemeArray(static_cast<u32>(m_nCurScheme));
@@ -109,7 +109,7 @@ bool ISensorController::getParameters(const std::string& p_strIds,
 }
 
 std::string ISensorController::getUIStyleFile() try {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     // Kept for the life of the process and refilled at each call; a second controller in the
     // process has a lock of its own, hence the lock of the text.
     static std::mutex s_mutex;
@@ -125,7 +125,7 @@ std::string ISensorController::getUIStyleFile() try {
 }
 
 std::string ISensorController::getUILanguageFile(int languageId) try {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("LanguageId(%d)\n", languageId);
     const UIFileEntry* entry = uiFileEntry(languageId);
     return entry && entry->pszLanguageFile ? entry->pszLanguageFile : "";
@@ -135,7 +135,7 @@ std::string ISensorController::getUILanguageFile(int languageId) try {
 }
 
 std::string ISensorController::getUICommonFile(int languageId) try {
-    const MutexGuard lock(m_mutex, kUnit, __LINE__);
+    const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("LanguageId(%d)\n", languageId);
     const UIFileEntry* entry = uiFileEntry(languageId);
     return entry && entry->pszCommonFile ? entry->pszCommonFile : "";

@@ -2,19 +2,18 @@
 
 #include "DKMutex.h"
 
-/// Holds a lock for the length of a block.
+/// Holds the controller's lock for the length of a block.
 class MutexGuard {
 public:
-    MutexGuard(DKMutex& mutex, const char* file, int line)
-        : m_mutex(mutex), m_pFile(file), m_nLine(line) {
-        m_mutex.Lock(m_pFile, m_nLine);
+    /// @param line  where in ISensorController it is taken, for the framework's tracing
+    MutexGuard(DKMutex& mutex, int line) : m_mutex(mutex), m_nLine(line) {
+        m_mutex.Lock("ISensorController.cpp", m_nLine);
     }
-    ~MutexGuard() { m_mutex.Unlock(m_pFile, m_nLine); }
+    ~MutexGuard() { m_mutex.Unlock("ISensorController.cpp", m_nLine); }
     MutexGuard(const MutexGuard&) = delete;
     MutexGuard& operator=(const MutexGuard&) = delete;
 
 private:
     DKMutex& m_mutex;
-    const char* m_pFile;
     int m_nLine;
 };

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "SensorFile.cpp";
+constexpr ReportUnit kUnit = ReportUnit::SensorFile;
 constexpr unsigned char kRewrite = DKFile::modeWrite | DKFile::modeTruncate;
 
 char g_szVersionFile[] = "/mnt/mtd/code/config_file/snsversion.cfg";

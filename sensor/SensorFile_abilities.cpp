@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "SensorFile.cpp";
+constexpr ReportUnit kUnit = ReportUnit::SensorFile;
 constexpr int kMaxShutterCmd = 49;
 constexpr int kFixShutterCmd = 50;
 constexpr int kHlcSwitchCmd = 112;
@@ -63,8 +63,7 @@ void keepAllowedShutter(TiXmlElement* root, int nCmd, int nIndex,
 } // namespace
 
 // Pruning reports in the name of getDnaStyle, whichever of its two callers wants it.
-#define DNA_SITE \
-    (ReportSite{kUnit, "getDnaStyle", __LINE__, "int getDnaStyle(const char*, std::string&)"})
+#define DNA_SITE REPORT_SITE_AS("int getDnaStyle(const char*, std::string&)")
 
 void pruneStyle(const char* szStyle, XmlDocument& objStyleXmlDoc) {
     ia_dynamic_params_cmds_st dnaCmdList = {};

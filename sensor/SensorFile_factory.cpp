@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "SensorFile.cpp";
+constexpr ReportUnit kUnit = ReportUnit::SensorFile;
 
 } // namespace
 

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "SensorFile.cpp";
+constexpr ReportUnit kUnit = ReportUnit::SensorFile;
 constexpr char kMergedStyleFile[] = "/tmp/merge_style.xml";
 
 /// For whoever wants to look at the merged style on the device; nothing reads it back, so a failure

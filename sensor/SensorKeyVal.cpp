@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr char kUnit[] = "SensorKeyVal.cpp";
+constexpr ReportUnit kUnit = ReportUnit::SensorKeyVal;
 
 bool isBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');

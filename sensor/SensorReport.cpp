@@ -7,6 +7,7 @@
 #include <cassert>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "DKFile.h"
@@ -26,6 +27,29 @@ constexpr unsigned int kErrorLogFiles = 3;
 constexpr char kAssertTag[] = "[sensor assert]";
 constexpr char kWarnTag[] = "[sensor warn]";
 
+/// The parts of a site as they are printed.
+struct Position {
+    explicit Position(ReportSite site) : line(static_cast<int>(site.place & 0xffff)) {
+        constexpr const char* kUnits[] = {"ISensorController.cpp", "sensor.cpp", "SensorFile.cpp",
+                                          "SensorKeyVal.cpp"};
+        unit = kUnits[site.place >> 16];
+        // "int ISensorController::flush()": the name stands before the parameters, behind a blank
+        // or a colon. What is in no named namespace has parentheses of its own with one compiler.
+        const char* end = strchr(site.signature, '(');
+        while (end != nullptr && (end == site.signature || end[-1] == ' '))
+            end = strchr(end + 1, '(');
+        const char* start = end != nullptr ? end : site.signature;
+        while (start > site.signature && start[-1] != ' ' && start[-1] != ':')
+            --start;
+        const size_t length = end != nullptr ? static_cast<size_t>(end - start) : strlen(start);
+        snprintf(function, sizeof function, "%.*s", static_cast<int>(length), start);
+    }
+
+    const char* unit;
+    char function[64];
+    int line;
+};
+
 int level() {
     return g_nDebugLevel.load(std::memory_order_relaxed);
 }
@@ -44,8 +68,8 @@ public:
     OutputBlock(const OutputBlock&) = delete;
     OutputBlock& operator=(const OutputBlock&) = delete;
 
-    void position(const char* tag, const ReportSite& site) {
-        fprintf(stdout, "%s file:%s fun:%s line:%d\n", tag, site.unit, site.function, site.line);
+    void position(const char* tag, const Position& at) {
+        fprintf(stdout, "%s file:%s fun:%s line:%d\n", tag, at.unit, at.function, at.line);
     }
 };
 
@@ -56,8 +80,8 @@ public:
         m_log.init(kErrorLog, kErrorLogSize, kErrorLogFiles);
     }
 
-    void position(const ReportSite& site) {
-        write("file:%s fun:%s line:%d\n", site.unit, site.function, site.line);
+    void position(const Position& at) {
+        write("file:%s fun:%s line:%d\n", at.unit, at.function, at.line);
     }
 
     void write(const char* format, ...) __attribute__((format(printf, 2, 3))) {
@@ -99,16 +123,16 @@ void updateDebugLevel() {
     file.close();
 }
 
-void reportAssertion(const ReportSite& site, const char* expression, const char* detail, ...) {
+void reportAssertion(ReportSite site, const char* expression, const char* detail, ...) {
     updateDebugLevel();
     if (level() >= 0) {
         {
             OutputBlock block(kColourRed);
-            block.position(kAssertTag, site);
+            block.position(kAssertTag, Position(site));
             fprintf(stdout, "%s   ~~~Assertion failed.\n", expression);
         }
         LogBlock log(kAssertTag);
-        log.position(site);
+        log.position(Position(site));
         log.write("%s   ~~~Assertion failed.\n", expression);
     }
     if (detail != nullptr) {
@@ -129,31 +153,31 @@ void reportAssertion(const ReportSite& site, const char* expression, const char*
     }
     if (g_bEnAssert.load(std::memory_order_relaxed)) {
         fflush(stdout);
-        __assert_fail("bRet", site.unit, static_cast<unsigned int>(site.line), site.signature);
+        const Position at(site);
+        __assert_fail("bRet", at.unit, static_cast<unsigned int>(at.line), site.signature);
     }
 }
 
-void reportWarning(const ReportSite& site, const char* format, ...) {
+void reportWarning(ReportSite site, const char* format, ...) {
     updateDebugLevel();
     if (level() <= 3)
         return;
     va_list args;
     {
         OutputBlock block(kColourPlain);
-        block.position(kWarnTag, site);
+        block.position(kWarnTag, Position(site));
         va_start(args, format);
         vfprintf(stdout, format, args);
         va_end(args);
     }
     LogBlock log(kWarnTag);
-    log.position(site);
+    log.position(Position(site));
     va_start(args, format);
     log.writeList(format, args);
     va_end(args);
 }
 
-void reportTrace(TraceKind kind, const ReportSite& site, ReportColour colour, const char* format,
-                 ...) {
+void reportTrace(TraceKind kind, ReportSite site, ReportColour colour, const char* format, ...) {
     updateDebugLevel();
     if (level() <= (kind == TraceKind::Information ? 6 : 5))
         return;
@@ -161,7 +185,7 @@ void reportTrace(TraceKind kind, const ReportSite& site, ReportColour colour, co
     block.position(kind == TraceKind::Error   ? "[sensor err]"
                    : kind == TraceKind::Debug ? "[sensor dbg]"
                                               : "[sensor info]",
-                   site);
+                   Position(site));
     va_list args;
     va_start(args, format);
     vfprintf(stdout, format, args);

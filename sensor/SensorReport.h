@@ -2,12 +2,14 @@
 
 #include "SensorDebug.h"
 
-/// Where a report is made. Every source file names its unit in a constant kUnit.
+/// The source units that reports name; every source file has its own in a constant kUnit.
+enum class ReportUnit : unsigned int { ISensorController, sensor, SensorFile, SensorKeyVal };
+
+/// Where a report is made. One word and a pointer to constant text: there are a hundred of
+/// these, and on a board each word more would cost flash and work at load.
 struct ReportSite {
-    const char* unit;      ///< for example "SensorFile.cpp", whichever of the unit's files it is
-    const char* function;  ///< short name
-    int line;              ///< in its own file
-    const char* signature; ///< whole, for the abort
+    unsigned int place;    ///< the unit in the upper half, the line in its own file in the lower
+    const char* signature; ///< of the function; its name is taken from it
 };
 
 /// Colours of the report kinds, as terminal attribute numbers.
@@ -20,22 +22,23 @@ enum class TraceKind { Error, Debug, Information };
 /// With the abort switch on, the process ends here.
 /// @param expression  the check as the reports name it
 /// @param detail      printf format of a second block, or null for none
-void reportAssertion(const ReportSite& site, const char* expression, const char* detail = nullptr,
-                     ...) __attribute__((format(printf, 3, 4)));
+void reportAssertion(ReportSite site, const char* expression, const char* detail = nullptr, ...)
+    __attribute__((format(printf, 3, 4)));
 
 /// A warning, at level 4 and above: on standard output and in the error log.
-void reportWarning(const ReportSite& site, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+void reportWarning(ReportSite site, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
 /// An error or debug line (level 6 and above) or information (7 and above).
-void reportTrace(TraceKind kind, const ReportSite& site, ReportColour colour, const char* format,
-                 ...) __attribute__((format(printf, 4, 5)));
+void reportTrace(TraceKind kind, ReportSite site, ReportColour colour, const char* format, ...)
+    __attribute__((format(printf, 4, 5)));
 
 /// A debug line without the position line.
 void reportBareDebug(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // The site must be taken where the report is made, so these have to be macros.
-#define REPORT_SITE (ReportSite{kUnit, __func__, __LINE__, __PRETTY_FUNCTION__})
+#define REPORT_SITE REPORT_SITE_AS(__PRETTY_FUNCTION__)
+#define REPORT_SITE_AS(signature) \
+    (ReportSite{static_cast<unsigned int>(kUnit) << 16 | __LINE__, signature})
 #define REPORT_ASSERTION(...) reportAssertion(REPORT_SITE, __VA_ARGS__)
 #define REPORT_WARNING(...) reportWarning(REPORT_SITE, __VA_ARGS__)
 #define REPORT_ERROR(...) reportTrace(TraceKind::Error, REPORT_SITE, kColourPlain, __VA_ARGS__)

@@ -20,7 +20,7 @@ std::atomic<bool> g_bShowWDRFalg{true};
 
 namespace {
 
-constexpr char kUnit[] = "sensor.cpp";
+constexpr ReportUnit kUnit = ReportUnit::sensor;
 constexpr char kStyleFolder[] = "/hd1/moduleConfig/sensorConfig/style/";
 constexpr char kDiversityFolder[] = "/hd1/moduleConfig/sensorConfig/styleDiversity/";
 constexpr u32 kDefaultSchemeSum = 4;
