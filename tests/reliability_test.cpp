@@ -253,7 +253,6 @@ TEST_F(Reliability, EveryMemberMayBeCalledByManyThreadsAtOnce) {
     simulated_ia::setDelay(20);
     const auto end = Clock::now() + std::chrono::seconds(effort("IMGCTL_STRESS_SECONDS", 2));
     std::atomic<unsigned long> calls{0};
-    std::atomic<bool> hung{false};
     std::vector<std::thread> threads;
     output([&] {
         for (unsigned int t = 0; t < 8; ++t) {
@@ -269,17 +268,14 @@ TEST_F(Reliability, EveryMemberMayBeCalledByManyThreadsAtOnce) {
             for (unsigned long last = 0; Clock::now() < end; last = calls) {
                 for (int i = 0; i < 200 && calls == last && Clock::now() < end; ++i)
                     usleep(100000);
-                if (calls == last && Clock::now() < end) {
-                    hung = true;
-                    abort();
-                }
+                if (calls == last && Clock::now() < end)
+                    abort(); // no call ended for 20 seconds: threads that hang cannot be joined
             }
         });
         for (std::thread& thread : threads)
             thread.join();
         watchdog.join();
     });
-    EXPECT_FALSE(hung);
     printf("%lu calls\n", calls.load());
     auto stopping =
         Clock::duration::max(); // the shortest of a few, as other tests use the machine too
