@@ -16,7 +16,8 @@ oneline() { tr '\n' ';' <"$1"; }
 scheme_files() { cat "$work/main/mnt/mtd/code/config_file/"*.cfg | cksum; }
 
 tree main # a script through every command: command | answer
-sed "s|WORK|$work|" >"$work/table" <<'END'
+keys=$(grep -c '^| [0-9]' "$source/docs/keys.md")
+sed "s|WORK|$work|;s|KEYS|$keys|" >"$work/table" <<'END'
 mode 0|mode 0
 scheme 0|scheme 0
 set scheme-end-hour=24 (Contrast,99)|set 0
@@ -48,7 +49,7 @@ ptz 0|ptz 0
 af|af [0-9]*
 wdr|wdr mode=0 allowed=1
 mirror|mirror 0
-keys|keys 87
+keys|keys KEYS
 style|style [1-9]*
 common 77|common 77 [1-9]*
 export WORK/exported|export *
@@ -68,7 +69,7 @@ done 3<"$work/table" 4<"$work/answers"
 expect 'commands of the help' "$(sed -n '/^help/,$s/^  \([a-z-]*\) .*/\1/p' "$work/out" | sort | xargs)" \
     "$(cut -d' ' -f1 "$work/script" | sort -u | xargs)"
 run main -c 'mode 0' -c 'scheme 0' -c 'get brightness' -c "export $work/again" -c 'keys --json'
-expect 'after a restart' "$(oneline "$work/answers")$(grep -c '"key":' "$work/out")" '*get (34,61);*;87'
+expect 'after a restart' "$(oneline "$work/answers")$(grep -c '"key":' "$work/out")" "*get (34,61);*;$keys"
 cmp "$work/exported" "$work/again" || failures=1
 
 # What reaches the layer and the video module, each value once

@@ -8,7 +8,6 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <mutex>
 #include <sstream>
 #include <thread>
@@ -16,6 +15,7 @@
 #include "CallTrace.h"
 #include "CommandTable.h"
 #include "ImageAdjust.h"
+#include "SensorKeys.h"
 
 namespace {
 
@@ -225,7 +225,6 @@ TEST(DeviceTree, StylesFitTheCameraAndEveryLanguage) {
         const std::string folder = std::string("language/") + id;
         texts[id - '0'] = load(folder + "/language.xml") + load(folder + "/common.xml");
     }
-    const std::map<int, int> crossed = {{17, 83}, {18, 84}, {83, 85}, {2497, 2464}};
     for (const char* file : {"/Style.xml", "/Style_dome.xml", "Diversity/StyleDiversity.xml",
                              "Diversity/StyleDiversity_dome.xml"}) {
         const std::string style = load(std::string("style") + file);
@@ -242,10 +241,9 @@ TEST(DeviceTree, StylesFitTheCameraAndEveryLanguage) {
             SCOPED_TRACE(file + entry);
             if (name == "id") {
                 id = std::stoi(value);
-                const int cmd = crossed.count(id) != 0 ? crossed.at(id) : id;
+                const unsigned cmd = commandOfKey(static_cast<unsigned>(id));
                 range = {0, 59, 0, ""};
-                EXPECT_TRUE(id == 0 || id / 5 == 1600 ||
-                            simulated_ia::describe(static_cast<unsigned>(cmd), range));
+                EXPECT_TRUE(id == 0 || id / 5 == 1600 || simulated_ia::describe(cmd, range));
             } else if (name == "value" || name == "min" || name == "max" || name == "index") {
                 EXPECT_EQ(std::clamp(std::stoi(value), range.min, range.max), std::stoi(value));
             }
