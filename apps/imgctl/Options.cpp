@@ -1,8 +1,11 @@
 #include "Options.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <initializer_list>
 
+#include "SensorConfig.h"
 #include "Text.h"
 
 namespace host {
@@ -14,13 +17,21 @@ bool takeDevice(Options& options, const std::string& value) {
 }
 
 bool takeDeviceType(Options& options, const std::string& value) {
-    int type = 0;
-    if (!readInt(value, type) || (type != 1 && type != 4 && type != 8 && type != 9)) {
+    int given = 0;
+    if (!readInt(value, given)) {
         return false;
     }
-    options.deviceType = type;
-    return true;
+#define TYPE(symbol, number, name) (number),
+    const std::initializer_list<int> types = {SENSOR_DEVICE_TYPES(TYPE)};
+#undef TYPE
+    options.deviceType = given;
+    return std::find(types.begin(), types.end(), given) != types.end();
 }
+
+// "1 camera, 4 dome", behind what separates the first from nothing.
+#define TYPE(symbol, number, name) ", " #number " " name
+constexpr char kDeviceTypes[] = SENSOR_DEVICE_TYPES(TYPE);
+#undef TYPE
 
 bool takeDetail(Options& options, const std::string& value) {
     options.detailGiven = true;
@@ -94,8 +105,8 @@ struct Option {
 const Option kOptions[] = {
     {"--device", "DIR", "a folder",
      "device tree (default: $IMGCTL_DEVICE, else device-root beside me)", takeDevice},
-    {"--device-type", "N", "1 camera, 4 dome, 8 plate recognition, 9 fisheye",
-     "kind of camera: 1, 4, 8 or 9; kept in the device tree", takeDeviceType},
+    {"--device-type", "N", kDeviceTypes + 2, "kind of camera, by number; kept in the device tree",
+     takeDeviceType},
     {"--detail", "TEXT", "a text", "module detail, such as '(max_scheme=4)(isInfrared=1)'",
      takeDetail},
     {"--fps", "N", "1 .. 1000", "frame rate of the video stream (default 25)", takeFps},

@@ -1,5 +1,6 @@
 // Prints docs/keys.md, the keys for reading, from the key table.
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "ImageAdjustRecords.h"
@@ -72,6 +73,11 @@ int main() {
     std::fputs(kHead, stdout);
     for (const SensorKeyRow& row : SENSOR_KEY_TABLE) {
         printRow(row);
+        if (std::strstr(kHandlers, (std::string("`") + row.handler + '`').c_str()) == nullptr) {
+            std::fprintf(stderr, "%s: tell of its handler %s in docs/keys/main.cpp\n", row.symbol,
+                         row.handler);
+            return 1;
+        }
     }
     std::fputs(kHandlers, stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;
