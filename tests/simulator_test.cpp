@@ -243,7 +243,8 @@ TEST(DeviceTree, StylesFitTheCameraAndEveryLanguage) {
                 id = std::stoi(value);
                 const unsigned cmd = commandOfKey(static_cast<unsigned>(id));
                 range = {0, 59, 0, ""};
-                EXPECT_TRUE(id == 0 || id / 5 == 1600 || simulated_ia::describe(cmd, range));
+                EXPECT_TRUE(id == 0 || id / 5 == 1600 || simulated_ia::describe(cmd, range))
+                    << "include/SensorKeys.h has no such key, or the simulator not its command";
             } else if (name == "value" || name == "min" || name == "max" || name == "index") {
                 EXPECT_EQ(std::clamp(std::stoi(value), range.min, range.max), std::stoi(value));
             }
