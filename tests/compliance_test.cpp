@@ -18,6 +18,7 @@ static std::vector<int> values() {
 }
 
 TEST(ComplianceCheck, FailsAtTheFaultyKeyAloneAndPutsEveryValueBack) {
+    image_adjust::setLayer(simulated_ia::layer());
     static long long now = 0; // every question takes a second, so that the lens soon arrives
     setTimeSource([] { return now += 1000000; });
     std::vector<compliance::Command> all = compliance::commandsOf(nullptr, 0);

@@ -11,6 +11,7 @@
 #include <sstream>
 #include <thread>
 
+#include "CallTrace.h"
 #include "CommandTable.h"
 #include "ImageAdjust.h"
 
@@ -26,6 +27,7 @@ struct Simulator : testing::Test {
     ~Simulator() override { restart(nullptr, nullptr); }
     static void restart(long long (*time)(), int (*minutes)()) {
         simulated_ia::reset();
+        image_adjust::setLayer(simulated_ia::layer());
         simulated_ia::setTimeSource(time);
         simulated_ia::setTimeOfDaySource(minutes);
     }
@@ -50,7 +52,7 @@ void play(const std::string& script) {
     char* trace = nullptr;
     size_t size = 0;
     FILE* file = open_memstream(&trace, &size);
-    simulated_ia::traceTo(file);
+    image_adjust::traceTo(file);
     std::istringstream lines(script);
     for (std::string line; std::getline(lines >> std::ws, line, ';');) {
         unsigned number = 0, opt = 0;
@@ -66,7 +68,7 @@ void play(const std::string& script) {
             EXPECT_EQ(line + '\n', trace + before);
         }
     }
-    simulated_ia::traceTo(nullptr);
+    image_adjust::traceTo(nullptr);
     std::fclose(file);
     std::free(trace);
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "CallTrace.h"
 #include "DKDeviceTime.h"
 #include "DeviceTree.h"
 #include "DravikTime.h"
@@ -53,7 +54,7 @@ ModuleConfigure moduleOf(const Options& options) {
 Camera::~Camera() {
     m_controller.uinit();
     m_controller.setVideoStreamModule(nullptr);
-    simulated_ia::traceTo(nullptr);
+    image_adjust::traceTo(nullptr);
 }
 
 void Camera::startClock(const Options& options) {
@@ -84,9 +85,10 @@ bool Camera::start(const Options& options, std::string& problem) {
             problem = "trace file " + quoted(options.trace) + ": " + std::strerror(errno);
             return false;
         }
-        simulated_ia::traceTo(m_trace.get());
+        image_adjust::traceTo(m_trace.get());
     }
     startClock(options);
+    image_adjust::setLayer(simulated_ia::layer());
     m_fps = options.fps;
     m_video = std::make_unique<Video>(m_fps);
     m_video->traceTo(m_trace.get());

@@ -54,10 +54,12 @@ public:
 
     /// Ends it now.
     void end();
+    void swap(Observation& other) noexcept { m_observer.swap(other.m_observer); }
+
+    struct Observer;
 
 private:
     friend Observation observe(std::function<void(const Call&)> observer);
-    struct Observer;
     std::shared_ptr<Observer> m_observer;
 };
 

@@ -38,12 +38,12 @@ public:
     /// The calling thread's recording, or null.
     static Recording* current();
 
-    /// One call of ia_ioctrl on this thread; what is to reach a layer goes through send.
-    int call(unsigned int cmd, unsigned int opt, void* data,
-             int (*send)(unsigned int cmd, unsigned int opt, void* data));
+    /// For the entry: one call on this thread. What is to reach the layer goes through send.
+    typedef int (*Send)(unsigned int cmd, unsigned int opt, void* data);
+    int call(unsigned int cmd, unsigned int opt, void* data, Send send);
 
 private:
-    int set(unsigned int cmd, void* data, int (*send)(unsigned int, unsigned int, void*));
+    int set(unsigned int cmd, const void* data, Send send);
     const Set* latest(unsigned int cmd) const;
 
     std::vector<Set> m_sets;
