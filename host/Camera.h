@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -63,6 +64,11 @@ public:
     /// Camera time since an arbitrary start; it runs at the clock's speed.
     static long long clockMicroseconds();
 
+    /// Lets camera time pass on the calling thread.
+    /// @param interrupted  asked every tenth of a second; may be empty
+    /// @return false when it was interrupted
+    bool wait(double seconds, const std::function<bool()>& interrupted = {}) const;
+
     Journal& journal();
     PictureHub& pictures();
 
@@ -76,6 +82,7 @@ public:
 private:
     class Core;
     std::unique_ptr<Core> m_core;
+    double m_speed = 1;
 };
 
 } // namespace host

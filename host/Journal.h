@@ -42,6 +42,7 @@ struct JournalEntry {
     Origin origin;
     CameraTime cameraTime;     ///< of the first change
     long long machineTime = 0; ///< milliseconds since 1970
+    long long lastTime = 0;    ///< of the last change that joined it; as machineTime
     int schemeBefore = -1;
     int schemeAfter = -1;        ///< in force
     std::string note;            ///< for people: "Trial over", "the camera is unplugged"

@@ -168,7 +168,12 @@ struct Undo {
 /// tell.
 struct ReadKeys {
     std::vector<u32> keys;
+    bool device = false; ///< the device's own value, also of keys that the scheme in force holds
 };
+
+/// Asks the device for values, ranges and flags again, so that the snapshot is fresh. Changes
+/// nothing.
+struct Refresh {};
 
 /// Lets the layer correct the values of its restricted commands in the scheme in force, and answers
 /// with the whole scheme in Outcome::text, as "(key,value)" pairs.
@@ -187,7 +192,7 @@ struct WithLayer {
 using Operation = std::variant<SetValues, ApplyValues, TryValues, KeepTrial, DropTrial, Save,
                                SwitchScheme, SetMode, SetWindow, CopyScheme, NameScheme, Restore,
                                Reload, Reset, Import, LensAction, AllowWideDynamicRange, Undo,
-                               ReadKeys, CorrectScheme, Settle, WithLayer>;
+                               ReadKeys, CorrectScheme, Refresh, Settle, WithLayer>;
 
 struct Request {
     Origin origin;
@@ -302,6 +307,8 @@ struct Outcome {
     std::optional<LensState> lens;
     std::map<u32, int> values;
     std::vector<Command> commands;
+    std::size_t count = 0;   ///< of an import: values that the text sets
+    std::size_t changed = 0; ///< of them: those that differ from what was
     std::string text;
     std::vector<std::string> lines; ///< of a text that is wrong: "line 3: ..."
     std::uint64_t entry = 0;        ///< the journal entry it stands in; 0: it changed nothing

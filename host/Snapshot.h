@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "Layer.h"
@@ -30,6 +31,9 @@ std::string clockText(const CameraTime& time); ///< "21:04:10"
 
 /// A text in several languages, by language number; English is 0.
 using Labels = std::map<int, std::string>;
+
+/// The text in a language, else in English, else the other one.
+const std::string& textIn(const Labels& labels, int language, const std::string& otherwise);
 
 /// What a key is on this camera: from the key table, the style, the language files and the layer.
 struct Parameter {
@@ -94,8 +98,9 @@ struct Catalogue {
     std::vector<Tab> tabs;
     std::map<std::string, Labels> groups;
     std::map<int, Language> languages;
-    std::string style;           ///< XML, pruned for this sensor
-    std::vector<u32> schemeKeys; ///< in the order of a scheme's records
+    std::string style;                              ///< XML, pruned for this sensor
+    std::vector<u32> schemeKeys;                    ///< in the order of a scheme's records
+    std::unordered_map<u32, std::size_t> positions; ///< of the keys in parameters
 
     const Parameter* find(u32 key) const; ///< or null
     std::size_t indexOf(u32 key) const;   ///< parameters.size() when unknown

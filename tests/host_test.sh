@@ -71,11 +71,12 @@ run main -c 'mode 0' -c 'scheme 0' -c 'get brightness' -c "export $work/again" -
 expect 'after a restart' "$(oneline "$work/answers")$(grep -c '"key":' "$work/out")" '*get (34,61);*;87'
 cmp "$work/exported" "$work/again" || failures=1
 
-# What reaches the layer and the video module, each value once
+# What is set in the layer and told to the video module, each value once; reads are left out
 run main --trace "$work/trace" -c 'mode 0' -c 'scheme 0' -c 'set (34,62)' -c 'set (34,62)' \
     -c 'set mirror=1' -c 'set (146,30)' -c day-night -c 'fail 34 -4 1' -c 'set (34,63)'
-expect 'trace' "$(oneline "$work/trace")" "*;ia 34 0 62 62 0;video 2384 1 0;ia 2384 0 1 1 0;$(
-    )ia 146 0 20,30 20,30 0;ia 153 1 - 0 0;ia 34 0 63 63 -4;*"
+grep -Ev '^ia [0-9]+ [12] ' "$work/trace" >"$work/sets"
+expect 'trace' "$(oneline "$work/sets")" "*;ia 34 0 62 62 0;video 2384 1 0;ia 2384 0 1 1 0;$(
+    )ia 146 0 20,30 20,30 0;ia 34 0 63 63 -4;"
 
 while IFS='|' read -r arguments commands answer; do # device types and clock, each on a new camera
     tree typed; eval "run typed $arguments" <<<"${commands//, /$'\n'}"

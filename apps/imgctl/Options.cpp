@@ -3,33 +3,37 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "Text.h"
+#include "host/Text.h"
 
-namespace host {
+namespace imgctl {
 namespace {
 
 bool takeDevice(Options& options, const std::string& value) {
-    options.device = value;
+    options.camera.device = value;
     return !value.empty();
 }
 
 bool takeDeviceType(Options& options, const std::string& value) {
     int type = 0;
-    if (!readInt(value, type) || (type != 1 && type != 4 && type != 8 && type != 9)) {
+    if (!host::readInt(value, type) || (type != 1 && type != 4 && type != 8 && type != 9)) {
         return false;
     }
-    options.deviceType = type;
+    options.camera.deviceType = type;
     return true;
 }
 
 bool takeDetail(Options& options, const std::string& value) {
-    options.detailGiven = true;
-    options.detail = value;
+    options.camera.detail = value;
     return true;
 }
 
+bool takeLayer(Options& options, const std::string& value) {
+    options.camera.layer = value;
+    return !value.empty();
+}
+
 bool takeFps(Options& options, const std::string& value) {
-    return readIntWithin(value, 1, 1000, options.fps);
+    return host::readIntWithin(value, 1, 1000, options.camera.framesPerSecond);
 }
 
 bool takeClock(Options& options, const std::string& value) {
@@ -40,17 +44,18 @@ bool takeClock(Options& options, const std::string& value) {
     const std::size_t second = value.find(':', colon + 1);
     const std::string minutes = value.substr(colon + 1, second - colon - 1);
     const std::string seconds = second == std::string::npos ? "0" : value.substr(second + 1);
-    options.clockGiven = true;
-    return readIntWithin(value.substr(0, colon), 0, 23, options.hour) &&
-           readIntWithin(minutes, 0, 59, options.minute) &&
-           readIntWithin(seconds, 0, 59, options.second);
+    host::CameraOptions::Clock& clock = options.camera.clock.emplace();
+    return host::readIntWithin(value.substr(0, colon), 0, 23, clock.hour) &&
+           host::readIntWithin(minutes, 0, 59, clock.minute) &&
+           host::readIntWithin(seconds, 0, 59, clock.second);
 }
 
 bool takeSpeed(Options& options, const std::string& value) {
     char* end = nullptr;
-    options.speed = std::strtod(value.c_str(), &end);
-    return end != value.c_str() && *end == '\0' && std::isfinite(options.speed) &&
-           options.speed > 0 && options.speed <= 1e6;
+    double& speed = options.camera.speed;
+    speed = std::strtod(value.c_str(), &end);
+    return end != value.c_str() && *end == '\0' && std::isfinite(speed) && speed > 0 &&
+           speed <= 1e6;
 }
 
 bool takeTrace(Options& options, const std::string& value) {
@@ -59,12 +64,14 @@ bool takeTrace(Options& options, const std::string& value) {
 }
 
 bool takeDebugLevel(Options& options, const std::string& value) {
-    options.debugLevelGiven = true;
-    return readInt(value, options.debugLevel);
+    int level = 0;
+    const bool good = host::readInt(value, level);
+    options.camera.debugLevel = level;
+    return good;
 }
 
 bool takeAbort(Options& options, const std::string& /*value*/) {
-    options.abort = true;
+    options.camera.abort = true;
     return true;
 }
 
@@ -98,6 +105,8 @@ const Option kOptions[] = {
      "kind of camera: 1, 4, 8 or 9; kept in the device tree", takeDeviceType},
     {"--detail", "TEXT", "a text", "module detail, such as '(max_scheme=4)(isInfrared=1)'",
      takeDetail},
+    {"--layer", "NAME", "simulator, so:PATH",
+     "image-adjust layer: simulator (default), or a vendor's shared library", takeLayer},
     {"--fps", "N", "1 .. 1000", "frame rate of the video stream (default 25)", takeFps},
     {"--clock", "HH:MM[:SS]", "00:00 .. 23:59:59", "time of day at the start", takeClock},
     {"--speed", "N", "above 0, at most 1000000", "the clock runs N times as fast", takeSpeed},
@@ -127,7 +136,8 @@ std::string unknownOption(const std::string& name) {
     for (const Option& option : kOptions) {
         names.emplace_back(option.name);
     }
-    return "no option " + quoted(name) + didYouMean(name, names) + " (--help lists the options)";
+    return "no option " + host::quoted(name) + host::didYouMean(name, names) +
+           " (--help lists the options)";
 }
 
 } // namespace
@@ -140,9 +150,9 @@ bool readOptions(int argc, char* const* argv, Options& options, std::string& pro
         const std::string name = word.substr(0, equals);
         const Option* option = findOption(name);
         if (option == nullptr) {
-            problem = word.compare(0, 1, "-") == 0
-                          ? unknownOption(name)
-                          : "no argument " + quoted(word) + " is expected; a command follows -c";
+            problem = word.compare(0, 1, "-") == 0 ? unknownOption(name)
+                                                   : "no argument " + host::quoted(word) +
+                                                         " is expected; a command follows -c";
             return false;
         }
         const bool takesValue = option->argument[0] != '\0';
@@ -162,7 +172,8 @@ bool readOptions(int argc, char* const* argv, Options& options, std::string& pro
             }
         }
         if (!option->take(options, value)) {
-            problem = name + ": " + quoted(value) + " is not allowed; allowed: " + option->allowed;
+            problem =
+                name + ": " + host::quoted(value) + " is not allowed; allowed: " + option->allowed;
             return false;
         }
     }
@@ -172,9 +183,9 @@ bool readOptions(int argc, char* const* argv, Options& options, std::string& pro
 std::string optionHelp() {
     std::string text;
     for (const Option& option : kOptions) {
-        text += helpLine(std::string(option.name) + " " + option.argument, option.help);
+        text += host::helpLine(std::string(option.name) + " " + option.argument, option.help);
     }
     return text;
 }
 
-} // namespace host
+} // namespace imgctl

@@ -22,6 +22,9 @@ public:
     /// Takes the table back. The library must be shut down.
     void withdraw();
 
+    /// The numbers of the languages, ascending.
+    std::vector<int> languages() const;
+
 private:
     std::vector<UIFileEntry> m_entries;
 };

@@ -1,4 +1,4 @@
-#include "UiTexts.h"
+#include "host/UiTexts.h"
 
 #include <algorithm>
 #include <climits>
@@ -9,9 +9,9 @@
 #include <string>
 #include <system_error>
 
-#include "DeviceTree.h"
 #include "LinuxFramework.h"
-#include "Text.h"
+#include "host/DeviceTree.h"
+#include "host/Text.h"
 
 namespace host {
 namespace {
@@ -63,6 +63,14 @@ void UiTexts::provide() {
     }
     g_stSysConf.pUIFiles = m_entries.data();
     g_stSysConf.nUIFileSum = static_cast<u32>(m_entries.size());
+}
+
+std::vector<int> UiTexts::languages() const {
+    std::vector<int> ids;
+    for (const UIFileEntry& entry : m_entries) {
+        ids.push_back(entry.nLanguageId);
+    }
+    return ids;
 }
 
 void UiTexts::withdraw() {

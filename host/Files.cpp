@@ -1,4 +1,4 @@
-#include "Files.h"
+#include "host/Files.h"
 
 #include <sys/stat.h>
 #include <cerrno>
@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "LinuxFramework.h"
-#include "Text.h"
+#include "host/Text.h"
 
 namespace host {
 namespace {

@@ -1,4 +1,4 @@
-#include "DeviceTree.h"
+#include "host/DeviceTree.h"
 
 #include <strings.h>
 #include <algorithm>
@@ -8,7 +8,7 @@
 
 #include "DKFile.h"
 #include "LinuxFramework.h"
-#include "Text.h"
+#include "host/Text.h"
 
 namespace host {
 

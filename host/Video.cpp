@@ -1,9 +1,12 @@
-#include "Video.h"
+#include "host/Video.h"
+
+#include "Recording.h"
 
 namespace host {
 
 int Video::notifySensorParam(int key, int value) const {
-    if (m_trace != nullptr) {
+    // What is only tried out tells nobody.
+    if (m_trace != nullptr && image_adjust::Recording::current() == nullptr) {
         std::fprintf(m_trace, "video %d %d 0\n", key, value);
         std::fflush(m_trace);
     }
