@@ -103,11 +103,31 @@ done <<'END'
 -c 'set (34,256)' -c 'wait x'|3 *KEY_BRIGHTNESS = 256 was refused; it takes 0..255
 -c 'mode 0' -c 'scheme 1' -c 'set (8003,0)' -c flush|1 *does not start before it ends (507)
 -c 'fail 34 -1' -c 'compliance 34'|1 
+-c $'st\e\302\233\233\342\206\222'|2 *no command 'st\\x1b\\x9b\\x9b→'*
+--device $'no\e\302\233\233'|1 *'no\\x1b\\x9b\\x9b'*/device no\\x1b\\x9b\\x9b,*
 -c 'import WORK/wrong'|3 *line 3: *brightness*line 4: *line 5: *0..255*nothing is changed
 END
 expect 'files after refused commands' "$(scheme_files)" "$before"
 printf '# remark\n\n  get 34\0\n%0100000d\nmode 0\nscheme 2' 1 >"$work/odd"
 run main <"$work/odd"; expect 'odd lines' "$status $(oneline "$work/answers")" '2 mode 0;scheme 2;'
+
+# No text of the device tree reaches a terminal's controls, and a signal leaves the terminal as it was
+tree odd
+printf 'a\e\302\233\233\n\t\303\233\r\n' >"$work/odd/hd1/moduleConfig/sensorConfig/language/0/language.xml"
+run odd --detail $'(x\e\302\233\233)' -c 'language 0' -c status
+expect 'controls' "$(<"$work/out")" $'language 0 11\na\\\\x1b\\\\x9b\\\\x9b\n\t\303\233\r\nstatus *"(x\\\\u001b\\\\u009b\\\\u009b)" *'
+cat >"$work/terminal" <<'SCRIPT'
+stty -g >before
+"$@" --device odd --speed 50 </dev/tty & pid=$!
+for tries in $(seq 1000); do [ "$(stty -g)" = "$(<before)" ] && kill -0 $pid || break; sleep 0.01; done
+kill -s "$SIGNAL" $pid
+wait $pid; echo $? $((tries < 1000)) $([ "$(stty -g)" = "$(<before)" ] && echo same) >after
+SCRIPT
+for signal in TERM HUP; do
+    (cd "$work" && SIGNAL=$signal script -qec "$(printf '%q ' bash terminal "${imgctl[@]}")" /dev/null) \
+        </dev/null >/dev/null
+    expect "terminal after SIG$signal" "$(<"$work/after")" "$((128 + $(kill -l $signal))) 1 same"
+done
 
 for name in one three; do # two cameras at once
     tree $name; "${imgctl[@]}" --device "$work/$name" --speed 50 -c 'mode 0' -c 'scheme 0' \

@@ -18,7 +18,7 @@ struct Call {
         arguments; ///< as many as the synopsis has at most; optional ones may lack
     bool& quit;    ///< set to end the run
 
-    /// Prints "NAME TEXT" on standard output, at once.
+    /// Prints "NAME TEXT" on standard output, at once. No control character passes, here and below.
     void answer(const std::string& text) const;
 
     /// Prints on standard error what the user may not expect, though nothing is wrong.

@@ -179,7 +179,7 @@ Status runVersion(const Call& call) {
     if (!call.camera.controller().getCameraVerInf(version)) {
         return layerRefused(call);
     }
-    call.answer(printable(version));
+    call.answer(version);
     return Status::done;
 }
 

@@ -10,6 +10,7 @@
 #include "Options.h"
 #include "Output.h"
 #include "Prompt.h"
+#include "Text.h"
 
 namespace {
 
@@ -89,7 +90,7 @@ int main(int argc, char** argv) {
         std::setlocale(LC_CTYPE, "");
         return static_cast<int>(runHost(argc, argv));
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "imgctl: %s\n", error.what());
+        std::fprintf(stderr, "imgctl: %s\n", host::printable(error.what()).c_str());
         return static_cast<int>(Status::failed);
     }
 }
