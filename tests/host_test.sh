@@ -67,9 +67,13 @@ while IFS='|' read -r command answer <&3; do
 done 3<"$work/table" 4<"$work/answers"
 expect 'commands of the help' "$(sed -n '/^help/,$s/^  \([a-z-]*\) .*/\1/p' "$work/out" | sort | xargs)" \
     "$(cut -d' ' -f1 "$work/script" | sort -u | xargs)"
-run main -c 'mode 0' -c 'scheme 0' -c 'get brightness' -c "export $work/again" -c 'keys --json'
+mkdir "$work/exports" && ln -s "$work/again" "$work/exports/link"
+touch "$work/exports/.~notes.1.2" "$work/.~notes.1.2" "$work/again" # whoever's they are
+run main -c 'mode 0' -c 'scheme 0' -c 'get brightness' -c "export $work/exports/link" -c 'keys --json'
 expect 'after a restart' "$(oneline "$work/answers")$(grep -c '"key":' "$work/out")" '*get (34,61);*;87'
 cmp "$work/exported" "$work/again" || failures=1
+expect 'files beside an export' "$(cd "$work" && ls -d .[!.]* exports/* exports/.[!.]* | xargs)" \
+    '.~notes.1.2 exports/.~notes.1.2 exports/link'
 
 # What reaches the layer and the video module, each value once
 run main --trace "$work/trace" -c 'mode 0' -c 'scheme 0' -c 'set (34,62)' -c 'set (34,62)' \
