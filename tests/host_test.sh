@@ -93,6 +93,17 @@ done <<'END'
 --clock 07:59|mode 0, scheme 0, set (8001,8)(8003,9), mode 1, wait 2, scheme, wait 80, scheme|;scheme 4;*;scheme 0
 END
 
+# A flash that became read-only keeps what was saved, which a reset must not hide
+tree locked && run locked -c 'mode 0' -c 'scheme 0' -c 'set (34,62)' -c flush
+chmod a-w "$work/locked/mnt/mtd/code/config_file"
+bound=("${imgctl[@]}") # root may write everywhere but for this
+[ "$(id -u)" != 0 ] || imgctl=(setpriv --bounding-set=-dac_override --inh-caps=-dac_override "${bound[@]}")
+run locked -c reset -c 'get (34)'
+imgctl=("${bound[@]}")
+chmod u+w "$work/locked/mnt/mtd/code/config_file"
+expect 'reset of a read-only tree' "$status $(grep -a ^imgctl "$work/err") $(oneline "$work/answers")" \
+    '1 *sensor0.cfg could not be removed; *reset 0;get (34,62);'
+
 before=$(scheme_files)
 printf '[scheme 0]\nKEY_CONTRAST = 1\nbrightnes = 1\n[scheme 9]\nsaturation = 256\n' >"$work/wrong"
 while IFS='|' read -r arguments message; do # errors: arguments | exit status and message
@@ -109,6 +120,7 @@ done <<'END'
 -c 'fail 34 -1' -c 'compliance 34'|1 
 -c $'st\e\302\233\233\342\206\222'|2 *no command 'st\\x1b\\x9b\\x9b→'*
 --device $'no\e\302\233\233'|1 *'no\\x1b\\x9b\\x9b'*/device no\\x1b\\x9b\\x9b,*
+--trace /dev/full -c status|1 *'/dev/full' could not be written
 -c 'import WORK/wrong'|3 *line 3: *brightness*line 4: *line 5: *0..255*nothing is changed
 END
 expect 'files after refused commands' "$(scheme_files)" "$before"

@@ -13,6 +13,7 @@
 #include "MachineInfo.h"
 #include "ModuleConfigure.h"
 #include "ModuleConfigureParser.h"
+#include "Schemes.h"
 #include "SimulatedImageAdjust.h"
 #include "SystemInfoParser.h"
 #include "Text.h"
@@ -51,9 +52,24 @@ ModuleConfigure moduleOf(const Options& options) {
 } // namespace
 
 Camera::~Camera() {
+    std::string ignored;
+    stop(ignored);
+}
+
+bool Camera::stop(std::string& problem) {
     m_controller.uinit();
     m_controller.setVideoStreamModule(nullptr);
     simulated_ia::traceTo(nullptr);
+    if (m_trace == nullptr) {
+        return true;
+    }
+    m_video->traceTo(nullptr);
+    const bool written = std::ferror(m_trace.get()) == 0;
+    if (std::fclose(m_trace.release()) == 0 && written) {
+        return true;
+    }
+    problem = "trace file " + quoted(m_traceName) + " could not be written";
+    return false;
 }
 
 void Camera::startClock(const Options& options) {
@@ -79,6 +95,7 @@ bool Camera::start(const Options& options, std::string& problem) {
         return false;
     }
     if (!options.trace.empty()) {
+        m_traceName = options.trace;
         m_trace.reset(std::fopen(options.trace.c_str(), "we"));
         if (m_trace == nullptr) {
             problem = "trace file " + quoted(options.trace) + ": " + std::strerror(errno);
@@ -96,10 +113,18 @@ bool Camera::start(const Options& options, std::string& problem) {
     return true;
 }
 
-bool Camera::reset() {
+bool Camera::reset(std::string& problem) {
+    const SchemeFilesOfBefore before;
     const bool done = m_controller.resetParameters();
     m_uiTexts.provide();
-    return done;
+    const std::string left = before.left();
+    if (!done) {
+        problem = "the camera did not start again";
+    } else if (!left.empty()) {
+        // The library cannot tell: it has its files removed without hearing how that ended.
+        problem = left + " could not be removed; what was saved before is still in force";
+    }
+    return problem.empty();
 }
 
 int Camera::scheme() {

@@ -29,7 +29,14 @@ public:
     ISensorController& controller() { return m_controller; }
 
     /// Back to the factory values, with the texts of the user interface provided anew.
-    bool reset();
+    /// @param problem  receives what is wrong
+    /// @return false when it failed, also because the flash still holds what was saved before
+    bool reset(std::string& problem);
+
+    /// Switches the camera off and ends the trace; the destructor does it for whoever did not.
+    /// @param problem  receives what is wrong
+    /// @return false when some of the trace could not be written
+    bool stop(std::string& problem);
 
     /// The scheme in force.
     int scheme();
@@ -42,6 +49,7 @@ public:
 private:
     void startClock(const Options& options);
 
+    std::string m_traceName;
     std::unique_ptr<FILE, int (*)(FILE*)> m_trace{nullptr, std::fclose};
     std::unique_ptr<Video> m_video;
     ISensorController m_controller;

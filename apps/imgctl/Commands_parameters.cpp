@@ -146,7 +146,9 @@ Status runReload(const Call& call) {
 }
 
 Status runReset(const Call& call) {
-    return answerBool(call, call.camera.reset(), Status::failed, "the camera did not start again");
+    std::string problem;
+    const bool done = call.camera.reset(problem);
+    return answerBool(call, done, Status::failed, problem.c_str());
 }
 
 } // namespace host

@@ -1,10 +1,14 @@
 #include "Schemes.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
+#include <climits>
 
 #include "ISensorController.h"
 #include "ImageAdjust.h"
+#include "LinuxFramework.h"
 #include "SensorConfig.h"
 #include "SensorFile.h"
 #include "SySystem.h"
@@ -64,6 +68,41 @@ bool savedValues(u32 scheme, std::vector<KeyVal>& values) {
     values.resize(static_cast<std::size_t>(std::min(length, longest)) / sizeof(KeyVal));
     keyValFromFile(name.data(), values.data(), static_cast<u32>(values.size()));
     return true;
+}
+
+SchemeFilesOfBefore::SchemeFilesOfBefore() {
+    for (u32 scheme = 0; scheme < g_stSysConf.nSchemeSum; ++scheme) {
+        const std::string path = schemeFile(scheme);
+        char onHost[PATH_MAX];
+        if (!linux_framework::hostPath(path.c_str(), onHost, sizeof onHost)) {
+            continue;
+        }
+        // As long as it is open, no other file gets its number.
+        const int descriptor = open(onHost, O_PATH | O_NOFOLLOW | O_CLOEXEC);
+        if (descriptor >= 0) {
+            m_files.push_back({path, descriptor});
+        }
+    }
+}
+
+SchemeFilesOfBefore::~SchemeFilesOfBefore() {
+    for (const File& file : m_files) {
+        close(file.descriptor);
+    }
+}
+
+std::string SchemeFilesOfBefore::left() const {
+    for (const File& file : m_files) {
+        char onHost[PATH_MAX];
+        struct stat old {};
+        struct stat now {};
+        if (linux_framework::hostPath(file.path.c_str(), onHost, sizeof onHost) &&
+            fstat(file.descriptor, &old) == 0 && lstat(onHost, &now) == 0 &&
+            old.st_dev == now.st_dev && old.st_ino == now.st_ino) {
+            return file.path;
+        }
+    }
+    return {};
 }
 
 const u32* valueOf(const std::vector<KeyVal>& values, u32 key) {

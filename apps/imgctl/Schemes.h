@@ -19,6 +19,26 @@ u32 recordCount(ISensorController& controller);
 /// What a scheme's file holds. @return false when there is no file
 bool savedValues(u32 scheme, std::vector<KeyVal>& values);
 
+/// The scheme files that are there when this is made, held so that a new file in an old one's place
+/// is told from the old one. Not thread-safe.
+class SchemeFilesOfBefore {
+public:
+    SchemeFilesOfBefore();
+    ~SchemeFilesOfBefore();
+    SchemeFilesOfBefore(const SchemeFilesOfBefore&) = delete;
+    SchemeFilesOfBefore& operator=(const SchemeFilesOfBefore&) = delete;
+
+    /// The device path of one that is still there, "" when all are gone.
+    std::string left() const;
+
+private:
+    struct File {
+        std::string path;
+        int descriptor;
+    };
+    std::vector<File> m_files;
+};
+
 /// The value of a key's first record, or null.
 const u32* valueOf(const std::vector<KeyVal>& values, u32 key);
 

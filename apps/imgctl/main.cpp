@@ -62,7 +62,13 @@ Status runCamera(const host::Options& options, FILE* terminal) {
         std::fprintf(stderr, "imgctl: %s\n", problem.c_str());
         return Status::failed;
     }
-    return runCommands(camera, options, terminal);
+    const Status worst = runCommands(camera, options, terminal);
+    if (camera.stop(problem)) {
+        return worst;
+    }
+    host::startLine();
+    std::fprintf(stderr, "imgctl: %s\n", problem.c_str());
+    return std::max(worst, Status::failed);
 }
 
 Status runHost(int argc, char** argv) {
