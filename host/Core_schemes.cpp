@@ -223,11 +223,15 @@ void Camera::Core::handle(const Reset& /*operation*/, Work& work) {
     // Old files that could not be removed are loaded again as if nothing had happened.
     for (int number = 0; number < m_memory.timed(); ++number) {
         const Scheme& after = m_memory.describe(number);
-        if (after.fileMissing || after.unsaved != 0 || !hasFactoryValues(number)) {
+        const bool old = !hasFactoryValues(number);
+        if (old || after.fileMissing || after.unsaved != 0) {
             SchemeOutcome outcome;
             outcome.scheme = number;
             outcome.refusal.reason = Reason::Storage;
-            outcome.refusal.detail = storageProblem();
+            outcome.refusal.detail =
+                old ? schemeFile(number) +
+                          " could not be removed; what was saved before is still in force"
+                    : "scheme " + std::to_string(number) + " is not saved: " + storageProblem();
             work.outcome.schemes.push_back(outcome);
             work.outcome.result = Result::Partly;
             work.outcome.refusal = outcome.refusal;

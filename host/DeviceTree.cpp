@@ -45,7 +45,7 @@ bool openDeviceTree(const std::string& directory, std::string& problem) {
     if (error || !std::filesystem::is_directory(root / "hd1", error)) {
         problem = "no device tree: " + quoted(directory) +
                   (root.empty() ? " does not exist" : " has no folder hd1") +
-                  "; make one with cp -r SOURCE/device " + directory +
+                  "; make one with cp -r SOURCE/device " + printable(directory) +
                   ", or name another with --device";
         return false;
     }
@@ -79,7 +79,8 @@ bool writeDeviceFile(const std::string& path, const std::string& text, std::stri
     const auto count = static_cast<unsigned int>(text.size());
     if (file.open(path.c_str(), DKFile::modeWrite | DKFile::modeTruncate) == 0 ||
         file.write(text.data(), count) != static_cast<int>(count)) {
-        problem = "cannot write " + path + " in the device tree " + linux_framework::deviceRoot();
+        problem = "cannot write " + path + " in the device tree " +
+                  printable(linux_framework::deviceRoot());
         return false;
     }
     return true;

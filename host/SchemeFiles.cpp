@@ -19,10 +19,6 @@ const char kFolder[] = "/mnt/mtd/code/config_file";
 const char kNames[] = "/mnt/mtd/code/config_file/scheme-names.txt";
 constexpr std::size_t kLongestNames = 65536;
 
-std::string schemeFile(int scheme) {
-    return std::string(kFolder) + "/sensor" + std::to_string(scheme) + ".cfg";
-}
-
 Refusal refused(Reason reason, std::string detail) {
     Refusal refusal;
     refusal.reason = reason;
@@ -31,6 +27,10 @@ Refusal refused(Reason reason, std::string detail) {
 }
 
 } // namespace
+
+std::string schemeFile(int scheme) {
+    return std::string(kFolder) + "/sensor" + std::to_string(scheme) + ".cfg";
+}
 
 std::vector<KeyVal> factoryValues() {
     std::vector<KeyVal> values(SENSOR_KEYVAL_MAX);

@@ -13,6 +13,9 @@ namespace host {
 /// layer for its restrictions.
 std::vector<KeyVal> factoryValues();
 
+/// The device path of a scheme's file.
+std::string schemeFile(int scheme);
+
 /// What a scheme's file holds. @return false when there is no file
 bool savedValues(int scheme, std::vector<KeyVal>& values);
 

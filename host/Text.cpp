@@ -10,8 +10,52 @@ namespace {
 
 const char kBlanks[] = " \t\r\n\v\f";
 
-bool isControl(char c) {
-    return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+unsigned int byteAt(const std::string& text, std::size_t position) {
+    return position < text.size() ? static_cast<unsigned char>(text[position]) : 0;
+}
+
+/// The bytes of the UTF-8 sequence, of two or more, that begins here; 0 where none does. The longer
+/// forms of a short one are none.
+std::size_t sequenceAt(const std::string& text, std::size_t position) {
+    const unsigned int first = byteAt(text, position);
+    const unsigned int second = byteAt(text, position + 1);
+    const std::size_t size = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+    if (first < 0xc2 || first > 0xf4 || (first == 0xe0 && second < 0xa0) ||
+        (first == 0xf0 && second < 0x90)) {
+        return 0;
+    }
+    for (std::size_t i = 1; i < size; ++i) {
+        if ((byteAt(text, position + i) & 0xc0u) != 0x80) {
+            return 0;
+        }
+    }
+    return size;
+}
+
+/// Writes every control character by a format that takes its code.
+template <class Keep>
+std::string escaped(const std::string& text, const char* format, const Keep& keep) {
+    std::string result;
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < text.size(); i += size) {
+        size = std::max<std::size_t>(sequenceAt(text, i), 1);
+        // A control character's code is its last byte: in UTF-8 it is 0xc2 and the code.
+        const unsigned int code = byteAt(text, i + size - 1);
+        const bool control = size == 1 ? code < 0x20 || (code >= 0x7f && code < 0xa0)
+                                       : size == 2 && byteAt(text, i) == 0xc2 && code < 0xa0;
+        if (control && !keep(i)) {
+            char shown[8];
+            std::snprintf(shown, sizeof shown, format, code);
+            result += shown;
+        } else {
+            result.append(text, i, size);
+        }
+    }
+    return result;
+}
+
+bool keepNone(std::size_t /*position*/) {
+    return false;
 }
 
 std::size_t editDistance(const std::string& from, const std::string& to) {
@@ -120,21 +164,21 @@ std::string lowered(const std::string& text) {
 }
 
 std::string printable(const std::string& text) {
-    std::string result;
-    for (const char c : text) {
-        if (isControl(c)) {
-            char code[8];
-            std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned>(c) & 0xffu);
-            result += code;
-        } else {
-            result += c;
-        }
-    }
-    return result;
+    return escaped(text, "\\x%02x", keepNone);
+}
+
+std::string printableLines(const std::string& text) {
+    return escaped(text, "\\x%02x", [&text](std::size_t position) {
+        const char c = text[position];
+        return c == '\n' || c == '\t' || (c == '\r' && byteAt(text, position + 1) == '\n');
+    });
 }
 
 std::string quoted(const std::string& text) {
-    const std::size_t shown = 60;
+    std::size_t shown = 60;
+    while ((byteAt(text, shown) & 0xc0u) == 0x80 && shown > 56) {
+        --shown;
+    }
     return "'" + printable(text.substr(0, shown)) + (text.size() > shown ? "..." : "") + "'";
 }
 
@@ -150,20 +194,14 @@ std::string helpLine(const std::string& typed, const std::string& help) {
 }
 
 std::string jsonString(const std::string& text) {
-    std::string result = "\"";
+    std::string result;
     for (const char c : text) {
         if (c == '"' || c == '\\') {
             result += '\\';
-            result += c;
-        } else if (isControl(c)) {
-            char code[8];
-            std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c) & 0xffu);
-            result += code;
-        } else {
-            result += c;
         }
+        result += c;
     }
-    return result + "\"";
+    return "\"" + escaped(result, "\\u%04x", keepNone) + "\"";
 }
 
 } // namespace host

@@ -32,9 +32,12 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
 /// In lower case, with '-' for '_'.
 std::string lowered(const std::string& text);
 
-/// Control characters replaced by a readable form, so that a text is safe on a terminal and one
-/// line.
+/// Control characters, those from 0x80 to 0x9f too (in UTF-8, or as bytes that are no UTF-8), replaced
+/// by a readable form, so that a text is safe on a terminal and one line.
 std::string printable(const std::string& text);
+
+/// The same for a text of several lines, whose tabs and line ends stay.
+std::string printableLines(const std::string& text);
 
 /// What a user typed, for an error: quoted, printable, and cut when it is long.
 std::string quoted(const std::string& text);
@@ -42,7 +45,7 @@ std::string quoted(const std::string& text);
 /// A line of a help text: what is typed, and what it does, in columns.
 std::string helpLine(const std::string& typed, const std::string& help);
 
-/// A JSON string, quotes included.
+/// A JSON string, quotes included, with control characters escaped.
 std::string jsonString(const std::string& text);
 
 } // namespace host

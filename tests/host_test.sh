@@ -67,9 +67,13 @@ while IFS='|' read -r command answer <&3; do
 done 3<"$work/table" 4<"$work/answers"
 expect 'commands of the help' "$(sed -n '/^help/,$s/^  \([a-z-]*\) .*/\1/p' "$work/out" | sort | xargs)" \
     "$(cut -d' ' -f1 "$work/script" | sort -u | xargs)"
-run main -c 'mode 0' -c 'scheme 0' -c 'get brightness' -c "export $work/again" -c 'keys --json'
+mkdir "$work/exports" && ln -s "$work/again" "$work/exports/link"
+touch "$work/exports/.~notes.1.2" "$work/.~notes.1.2" "$work/again" # whoever's they are
+run main -c 'mode 0' -c 'scheme 0' -c 'get brightness' -c "export $work/exports/link" -c 'keys --json'
 expect 'after a restart' "$(oneline "$work/answers")$(grep -c '"key":' "$work/out")" '*get (34,61);*;87'
 cmp "$work/exported" "$work/again" || failures=1
+expect 'files beside an export' "$(cd "$work" && ls -d .[!.]* exports/* exports/.[!.]* | xargs)" \
+    '.~notes.1.2 exports/.~notes.1.2 exports/link'
 
 # What is set in the layer and told to the video module, each value once; reads are left out
 run main --trace "$work/trace" -c 'mode 0' -c 'scheme 0' -c 'set (34,62)' -c 'set (34,62)' \
@@ -90,6 +94,17 @@ done <<'END'
 --clock 07:59|mode 0, scheme 0, set (8001,8)(8003,9), mode 1, wait 2, scheme, wait 80, scheme|;scheme 4;*;scheme 0
 END
 
+# A flash that became read-only keeps what was saved, which a reset must not hide
+tree locked && run locked -c 'mode 0' -c 'scheme 0' -c 'set (34,62)' -c flush
+chmod a-w "$work/locked/mnt/mtd/code/config_file"
+bound=("${imgctl[@]}") # root may write everywhere but for this
+[ "$(id -u)" != 0 ] || imgctl=(setpriv --bounding-set=-dac_override --inh-caps=-dac_override "${bound[@]}")
+run locked -c reset -c 'get (34)'
+imgctl=("${bound[@]}")
+chmod u+w "$work/locked/mnt/mtd/code/config_file"
+expect 'reset of a read-only tree' "$status $(grep -a ^imgctl "$work/err") $(oneline "$work/answers")" \
+    '1 *sensor0.cfg could not be removed; *reset 0;get (34,62);'
+
 before=$(scheme_files)
 printf '[scheme 0]\nKEY_CONTRAST = 1\nbrightnes = 1\n[scheme 9]\nsaturation = 256\n' >"$work/wrong"
 while IFS='|' read -r arguments message; do # errors: arguments | exit status and message
@@ -104,11 +119,32 @@ done <<'END'
 -c 'set (34,256)' -c 'wait x'|3 *KEY_BRIGHTNESS = 256 was refused; it takes 0..255
 -c 'mode 0' -c 'scheme 1' -c 'set (8003,0)' -c flush|1 *does not start before it ends (507)
 -c 'fail 34 -1' -c 'compliance 34'|1 
+-c $'st\e\302\233\233\342\206\222'|2 *no command 'st\\x1b\\x9b\\x9b→'*
+--device $'no\e\302\233\233'|1 *'no\\x1b\\x9b\\x9b'*/device no\\x1b\\x9b\\x9b,*
+--trace /dev/full -c status|1 *'/dev/full' could not be written
 -c 'import WORK/wrong'|3 *line 3: *brightness*line 4: *line 5: *0..255*nothing is changed
 END
 expect 'files after refused commands' "$(scheme_files)" "$before"
 printf '# remark\n\n  get 34\0\n%0100000d\nmode 0\nscheme 2' 1 >"$work/odd"
 run main <"$work/odd"; expect 'odd lines' "$status $(oneline "$work/answers")" '2 mode 0;scheme 2;'
+
+# No text of the device tree reaches a terminal's controls, and a signal leaves the terminal as it was
+tree odd
+printf 'a\e\302\233\233\n\t\303\233\r\n' >"$work/odd/hd1/moduleConfig/sensorConfig/language/0/language.xml"
+run odd --detail $'(x\e\302\233\233)' -c 'language 0' -c status
+expect 'controls' "$(<"$work/out")" $'language 0 11\na\\\\x1b\\\\x9b\\\\x9b\n\t\303\233\r\nstatus *"(x\\\\u001b\\\\u009b\\\\u009b)" *'
+cat >"$work/terminal" <<'SCRIPT'
+stty -g >before
+"$@" --device odd --speed 50 </dev/tty & pid=$!
+for tries in $(seq 1000); do [ "$(stty -g)" = "$(<before)" ] && kill -0 $pid || break; sleep 0.01; done
+kill -s "$SIGNAL" $pid
+wait $pid; echo $? $((tries < 1000)) $([ "$(stty -g)" = "$(<before)" ] && echo same) >after
+SCRIPT
+for signal in TERM HUP; do
+    (cd "$work" && SIGNAL=$signal script -qec "$(printf '%q ' bash terminal "${imgctl[@]}")" /dev/null) \
+        </dev/null >/dev/null
+    expect "terminal after SIG$signal" "$(<"$work/after")" "$((128 + $(kill -l $signal))) 1 same"
+done
 
 for name in one three; do # two cameras at once
     tree $name; "${imgctl[@]}" --device "$work/$name" --speed 50 -c 'mode 0' -c 'scheme 0' \

@@ -21,7 +21,7 @@ struct Call {
     /// Asks the camera, as this program and its user.
     host::Outcome perform(host::Operation operation) const;
 
-    /// Prints "NAME TEXT" on standard output, at once.
+    /// Prints "NAME TEXT" on standard output, at once. No control character passes, here and below.
     void answer(const std::string& text) const;
 
     /// Prints on standard error what the user may not expect, though nothing is wrong.

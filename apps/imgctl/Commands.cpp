@@ -56,12 +56,12 @@ Status runHelp(const Call& call) {
 } // namespace
 
 void Call::answer(const std::string& text) const {
-    printLine(std::string(name) + " " + text);
+    printLine(std::string(name) + " " + host::printable(text));
 }
 
 void Call::note(const std::string& what) const {
     startLine();
-    std::fprintf(stderr, "imgctl: %s: %s\n", name, what.c_str());
+    std::fprintf(stderr, "imgctl: %s: %s\n", name, host::printable(what).c_str());
 }
 
 Status Call::refuse(Status status, const std::string& what) const {

@@ -198,7 +198,7 @@ Status runVersion(const Call& call) {
     if (version.empty()) {
         return layerRefused(call);
     }
-    call.answer(host::printable(version));
+    call.answer(version);
     return Status::done;
 }
 

@@ -59,7 +59,7 @@ Status answerText(const Call& call, const std::string& head, const std::string& 
     if (text.empty()) {
         return call.refuse(Status::failed, "the device tree holds no such text");
     }
-    printLine(text);
+    printLine(host::printableLines(text));
     return Status::done;
 }
 

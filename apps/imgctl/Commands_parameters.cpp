@@ -165,8 +165,7 @@ Status runReset(const Call& call) {
     const Outcome outcome = call.perform(host::Reset{});
     call.answer(outcome.done() ? "1" : "0");
     return outcome.done() ? Status::done
-                          : call.refuse(Status::failed, "saved values are still there: " +
-                                                            host::reasonText(outcome.refusal));
+                          : call.refuse(Status::failed, host::reasonText(outcome.refusal));
 }
 
 } // namespace imgctl

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <string>
 
+#include "TerminalGuard.h"
+
 struct editline;
 struct history;
 
@@ -22,6 +24,7 @@ public:
     bool read(std::string& line);
 
 private:
+    TerminalGuard m_terminal; // before the editor changes it
     editline* m_editor;
     history* m_history;
 };

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <memory>
 #include <string>
 
 #include "Command.h"
@@ -35,6 +34,12 @@ std::string helpText() {
            "counts.\n";
 }
 
+Status fail(const std::string& problem) {
+    imgctl::startLine();
+    std::fprintf(stderr, "imgctl: %s\n", host::printable(problem).c_str());
+    return Status::failed;
+}
+
 Status runCommands(host::Camera& camera, const imgctl::Options& options, FILE* terminal) {
     Status worst = Status::done;
     bool quit = false;
@@ -59,25 +64,32 @@ Status runCommands(host::Camera& camera, const imgctl::Options& options, FILE* t
     return worst;
 }
 
-Status runCamera(const imgctl::Options& options, FILE* terminal) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> trace(
-        options.trace.empty() ? nullptr : std::fopen(options.trace.c_str(), "we"), std::fclose);
-    if (!options.trace.empty() && trace == nullptr) {
-        std::fprintf(stderr, "imgctl: trace file %s: %s\n", host::quoted(options.trace).c_str(),
-                     std::strerror(errno));
-        return Status::failed;
-    }
+Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
     host::CameraOptions asked = options.camera;
-    asked.trace = trace.get();
+    asked.trace = trace;
     host::Camera camera;
     const host::StartProblem problem = camera.start(asked);
     if (problem) {
-        imgctl::startLine();
-        std::fprintf(stderr, "imgctl: %s\n", problem.text.c_str());
-        return Status::failed;
+        return fail(problem.text);
     }
     imgctl::completeKeys(host::keyNames(*camera.snapshot()->catalogue));
     return runCommands(camera, options, terminal);
+}
+
+/// Runs the camera with its trace, which it needs to the end.
+Status runTraced(const imgctl::Options& options, FILE* terminal) {
+    if (options.trace.empty()) {
+        return runCamera(options, nullptr, terminal);
+    }
+    const std::string name = "trace file " + host::quoted(options.trace);
+    FILE* trace = std::fopen(options.trace.c_str(), "we");
+    if (trace == nullptr) {
+        return fail(name + ": " + std::strerror(errno));
+    }
+    const Status worst = runCamera(options, trace, terminal);
+    const bool written = std::ferror(trace) == 0;
+    const bool closed = std::fclose(trace) == 0;
+    return written && closed ? worst : std::max(worst, fail(name + " could not be written"));
 }
 
 Status runHost(int argc, char** argv) {
@@ -92,7 +104,7 @@ Status runHost(int argc, char** argv) {
         imgctl::printLine(options.help ? helpText() : "imgctl " IMGCTL_VERSION);
         return Status::done;
     }
-    const Status worst = runCamera(options, terminal);
+    const Status worst = runTraced(options, terminal);
     imgctl::startLine();
     // Answers that nobody can read are none.
     return std::ferror(stdout) == 0 ? worst : std::max(worst, Status::failed);
@@ -105,7 +117,7 @@ int main(int argc, char** argv) {
         std::setlocale(LC_CTYPE, "");
         return static_cast<int>(runHost(argc, argv));
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "imgctl: %s\n", error.what());
+        std::fprintf(stderr, "imgctl: %s\n", host::printable(error.what()).c_str());
         return static_cast<int>(Status::failed);
     }
 }

@@ -7,6 +7,30 @@
 /// - It copies what it needs from the data before it returns, and keeps no pointer to it.
 /// - It must not call back into the controller's locking members from within a call.
 /// - It returns 0 on success and a negative code on failure. A failed set changes nothing.
+/// - What it does not have on this sensor it refuses with IA_ERR_UNSUPPORTED, whatever the option.
+///
+/// Commands: every parameter that reaches the layer has one, and ia_cmd_e adds some. A parameter's
+/// command has the number of its key (SensorKeys.h), with these exceptions:
+///
+///     83    one iris step open      key KEY_IRIS_UP, 17
+///     84    one iris step closed    key KEY_IRIS_DOWN, 18
+///     85    iris size               key KEY_IRIS_SIZE, 83
+///     2464  frame rate              key KEY_SENSOR_FPS, 2497
+///
+/// 17, 18 and 2497 are no commands; a get of them may come all the same, when a program asks for
+/// such a parameter and no scheme holds it. Likewise key 83 is then read as command 83.
+///
+/// Options: a command that can be set answers all five, and one that only tells (ia_cmd_e) answers
+/// get. Of IA_CMD_PTZ_RUN_STATE set is enough. A command that orders a movement reads as any value
+/// that it takes. Who asks, beside the compliance check, which tries every option:
+///
+///     set      the controller
+///     get      the controller: 1536, 1552, 1568, 2368, ia_cmd_e, and what no scheme holds;
+///              hosts: every command
+///     range    the controller: the commands that IA_CMD_DYNAMIC_PARAMS_CMDS_GET lists;
+///              hosts: every command, to tell what it takes and to check values beforehand
+///     correct  the controller: the listed commands
+///     status   hosts: movements of lens and iris; 0 where nothing takes time
 
 /// What ia_ioctrl is asked to do with a command.
 enum ia_opt_e : unsigned int {
@@ -45,7 +69,8 @@ enum { IA_VERSION_SIZE = 50 };
 /// Entries of the list of restricted commands, and of a command's list of allowed values.
 enum { IA_DYNAMIC_CMD_MAX = 16, IA_DYNAMIC_ITEM_MAX = 64 };
 
-/// The commands whose values are restricted on this very sensor.
+/// The commands whose values are restricted on this very sensor. The entries are looked
+/// for among the keys, so the commands whose numbers are not their keys' have no place here.
 struct ia_dynamic_params_cmds_st {
     int cmd_cnt; ///< valid entries of cmd_list, 0 .. IA_DYNAMIC_CMD_MAX
     int cmd_list[IA_DYNAMIC_CMD_MAX];
