@@ -1,12 +1,11 @@
 #include "ISensorController.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstring>
 #include <new>
 
 #include "AVStreamParam.h"
+#include "DeviceAccess.h"
 #include "DevicePaths.h"
 #include "DeviceType.h"
 #include "GThread.h"
@@ -104,7 +103,7 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
                          hasDayNightSchemes(g_stSysConf.moduleConfig.szDetail);
     for (u32 s = 0; s < nSchemeSum; ++s) {
         SchemeFileName name(s);
-        if (sy_access(name.text, F_OK) != 0)
+        if (!existsOnDevice(name.text))
             createSchemeFile(s, name.text);
         loadSchemeFile(s, name.text);
     }
