@@ -1,6 +1,7 @@
 #include "ISensorController.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -69,7 +70,7 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
         uinit();
     m_nFlags |= init_flag;
     m_nFlags &= ~u32{status_flag};
-    uinitSysConf(&g_stSysConf); // what a controller before this one may have left
+    free(g_stSysConf.szUIStyle); // of a controller that was destroyed without uinit
     if (initSysConf(p_objModuleConfigure, &g_stSysConf) != SNS_SUCCESS)
         REPORT_ASSERTION("SNS_SUCCESS == initSysConf(p_objModuleConfigure, &g_stSysConf)");
     const u32 nSchemeSum = g_stSysConf.nSchemeSum;
@@ -130,7 +131,8 @@ void ISensorController::uinit() {
     if (!m_pSensorThread->stop())
         REPORT_ASSERTION("m_pSensorThread->stop()");
     m_pstKeyValTmp = nullptr;
-    uinitSysConf(&g_stSysConf);
+    if (m_ppUserKeyVal != nullptr) // otherwise the host may have taken its table of texts back
+        uinitSysConf(&g_stSysConf);
     m_nFlags &= ~u32{uinit_flag};
     m_nKeyValSum = 0;
     m_ppUserKeyVal = nullptr;
