@@ -12,7 +12,8 @@
 /// @return the command's exit status, 0 .. 255; -1 when it could not be run or was killed
 int sy_system(char const* command, int seconds);
 
-/// POSIX access() on a device path; on a camera it is that call. Allocates nothing.
+/// POSIX access() on a device path. Allocates nothing. Needed only where the device root is not "/":
+/// in a process without it the library calls access() itself.
 /// @param path  absolute device path
 /// @param mode  F_OK, R_OK ... of <unistd.h>
 /// @return 0 when the file may be accessed so, -1 otherwise
