@@ -15,10 +15,12 @@ class ModuleConfigure;
 class VideoStreamModule;
 
 /// Rows of the key-command map: what init allocates until it has filled the map, then what a lookup
-/// scans (87).
+/// scans (87). Read it as g_pKeyCmdMap.
 extern IMGCTL_API int g_nKeyCmdNum;
 
-/// First row of the key-command map of the controller initialised last; null before.
+/// First row of the key-command map of the controller initialised last; null before the first init.
+/// Its rows never change, and stay until that controller is destroyed. Any thread may read it once
+/// init has returned, also during resetParameters, which leaves pointer, number and rows untouched.
 extern IMGCTL_API keycmd* g_pKeyCmdMap;
 
 /// Notification codes for the video-stream module that differ from the key that was set.

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <iterator>
+#include <new>
 
 #include "ImageAdjust.h"
 #include "KeyValAccess.h"
@@ -141,10 +142,13 @@ bool ISensorController::getWDR(int& v) {
     return getCommand(KEY_WDR_MODE, &v);
 }
 
-bool ISensorController::getCameraVerInf(std::string& s) {
+bool ISensorController::getCameraVerInf(std::string& s) try {
     char text[IA_VERSION_SIZE] = {};
     if (!getCommand(IA_CMD_CAMERA_VERSION, text))
         return false;
     s.assign(text, strnlen(text, sizeof text));
     return true;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return false;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Camera.h"
+#include "CountingNew.h"
 #include "ImageAdjust.h"
 #include "LinuxFramework.h"
 #include "SensorConfig.h"
@@ -183,6 +184,12 @@ TEST_F(Persist, LensCallsGoStraightToTheLayer) {
     std::string version = "before";
     EXPECT_TRUE(controller->getCameraVerInf(version));
     EXPECT_EQ(50u, version.size());
+    output([&] {
+        std::string none;
+        counting_new::failNth(1);
+        EXPECT_NO_THROW(EXPECT_FALSE(controller->getCameraVerInf(none)));
+        counting_new::failNth(0);
+    });
     simulated_ia::fail(2496, IA_ERR_FAILED);
     EXPECT_FALSE(controller->getCameraVerInf(version));
     EXPECT_EQ(50u, version.size());
