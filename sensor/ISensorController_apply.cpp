@@ -148,7 +148,8 @@ int ISensorController::setParameters(KeyVal* p_pKeyval, u32 p_nKeyValNum, bool p
                 static_cast<int>(row.ia_cmd));
             const u32 nWanted = kv.value;
             const int nResult = callHandler(row, bKnown, kv.value);
-            if (kv.value != nWanted)
+            // What a handler makes of a value for now is no factory value.
+            if (kv.value != nWanted && p_pKeyval != schemeArray(loadWord(g_stSysConf.nSchemeSum)))
                 storeWord(p_pKeyval[i].value, kv.value);
             if (nResult != SNS_SUCCESS) {
                 if (nResult == IA_ERR_FAILED || nResult == IA_ERR_RANGE ||

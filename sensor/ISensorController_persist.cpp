@@ -67,14 +67,15 @@ int ISensorController::flush() {
 int ISensorController::restore(int p_nKey) {
     const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("p_nKey(%d)\n", p_nKey);
-    KeyVal* const array = schemeArray(static_cast<u32>(m_nCurScheme));
+    const KeyVal* const array = schemeArray(static_cast<u32>(m_nCurScheme));
     const int nPos = array ? findRecord(array, m_nKeyValSum, static_cast<u32>(p_nKey)) : -1;
     if (nPos == -1) {
         REPORT_ASSERTION("-1 != nPos", "restore key(%d) failed! make sure it is sensor ui key \n",
                          p_nKey);
         return -1;
     }
-    return setParameters(&array[nPos], 1, false);
+    KeyVal kv = loadRecord(array[nPos]); // a copy: a handler may change what it is given
+    return setParameters(&kv, 1, false);
 }
 
 bool ISensorController::restoreAeMode() {

@@ -77,6 +77,22 @@ TEST_F(Persist, SingleKeysAreAppliedAgain) {
         output([&] { EXPECT_EQ(-1, controller->restore(4000)); }));
 }
 
+/// Where wide dynamic range is not shown, its handler applies 0. What the owner saved stays, and so
+/// do the factory values.
+TEST_F(Persist, ValuesThatAreNotShownNowAreKept) {
+    writeStyle({{34, 1}, {KEY_WDR_MODE, 1}});
+    video.frameRate = 50;
+    startInScheme(0);
+    controller->setKeyValToCache(0, KEY_WDR_MODE, 2, false);
+    EXPECT_EQ(0, controller->restore(KEY_WDR_MODE));
+    EXPECT_EQ(2u, stored(0, KEY_WDR_MODE));
+    for (const bool all : {false, true}) {
+        controller->switch_to(4, all);
+        EXPECT_EQ(0, controller->restore(KEY_WDR_MODE));
+        EXPECT_EQ(1u, stored(4, KEY_WDR_MODE)) << all;
+    }
+}
+
 TEST_F(Persist, AResetStartsAgainFromTheFactoryValues) {
     startInScheme(2);
     controller->setParameters("(34,10)", true);
