@@ -26,6 +26,9 @@ int ISensorController::doIaCmd(unsigned int cmd, unsigned int opt, void* data) {
     REPORT_DEBUG("====================== cmd:%d dir:%d val:%d =====================begin\n",
                  static_cast<int>(cmd), static_cast<int>(opt), static_cast<int>(wordAt(data)));
     const int result = ia_ioctrl(cmd, opt, data);
+    // Of two that return at once one may go uncounted: it is the change that tells.
+    m_nLayerReturns.store(m_nLayerReturns.load(std::memory_order_relaxed) + 1,
+                          std::memory_order_relaxed);
     REPORT_DEBUG("====================== cmd:%d dir:%d val:%d =====================end\n",
                  static_cast<int>(cmd), static_cast<int>(opt), static_cast<int>(wordAt(data)));
     return result;

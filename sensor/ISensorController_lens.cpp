@@ -4,6 +4,7 @@
 #include <iterator>
 #include <new>
 
+#include "ISensorController_request.h"
 #include "ImageAdjust.h"
 #include "KeyValAccess.h"
 #include "MutexGuard.h"
@@ -26,7 +27,7 @@ constexpr u32 kZoomPositions[] = {16384, 24576, 27264, 28672, 29056, 29440, 2972
 } // namespace
 
 int ISensorController::setParameter(int key, int value, bool b) {
-    const MutexGuard lock(m_mutex, __LINE__);
+    const Request request(*this, __LINE__);
     REPORT_DEBUG("p_Parameters22222222222(%d, %d)\n", key, value);
     KeyVal kv = {static_cast<u32>(key), static_cast<u32>(value)};
     return setParameters(&kv, 1, b);
