@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -56,6 +57,13 @@ bool replace(const char* path, const std::string& text) {
     return first + file.write(text.data() + half, half) == static_cast<int>(2 * half);
 }
 
+std::string readBack(const char* path) {
+    DKFile file;
+    file.open(path, DKFile::modeRead);
+    std::string text(static_cast<std::size_t>(file.getLength()), '?');
+    return file.read(text.data(), static_cast<unsigned int>(text.size())), text;
+}
+
 TEST_F(Framework, AFileThatCouldNotBeOpenedHasNoEffect) {
     fs::create_symlink("/dev/null", root / "out");
     ASSERT_EQ(0, sy_system("mkfifo /fifo", 5));
@@ -93,6 +101,28 @@ TEST_F(Framework, AFileIsReplacedWholeWhicheverOperationFails) {
             EXPECT_EQ(1, filesInD());
         }
     }
+}
+
+TEST_F(Framework, WhatMayPassIsReadAllTheSameAndWhatCannotBeSeenIsThere) {
+    fs::create_symlink("loop", root / "loop");
+    put("line\nmore\n");
+    for (const auto& [there, path] :
+         {std::pair(0, "/d/a"), {0, "/loop"}, {-1, "/b"}, {-1, "/d/a/b"}})
+        EXPECT_EQ(there, sy_access(path, F_OK)) << path;
+    EXPECT_EQ(-1, sy_access("/loop", R_OK));
+    for (const Kind kind : {Kind::Eio, Kind::Eintr, Kind::Enospc}) {
+        for (unsigned long n = 1, last = n; n <= last; ++n, last = file_faults::operations()) {
+            file_faults::failNth(n, kind, false);
+            EXPECT_TRUE(sy_access("/d/a", R_OK) == 0 && sy_access("/b", F_OK) == -1) << n;
+            DKFile file;
+            EXPECT_NE(0, file.open("/d/a", DKFile::modeRead)) << n;
+            EXPECT_EQ("line", DKFile::ReadOneLine(file.getFileHandle())) << n;
+            EXPECT_EQ("line\nmore\n", readBack("/d/a")) << n;
+        }
+    }
+    file_faults::failNth(1, Kind::Eio, true);
+    EXPECT_TRUE(sy_access("/b", F_OK) == 0 && readBack("/d/a").empty());
+    file_faults::clear();
 }
 
 TEST_F(Framework, AReplacedFileKeepsItsModeAndItsLinkAndAnEqualOneStaysUntouched) {
@@ -162,6 +192,13 @@ TEST_F(Framework, AShellCommandSeesTheDeviceRootAndEndsInTime) {
         EXPECT_EQ(status, sy_system(command, seconds)) << command;
     }
     EXPECT_TRUE(sy_access("/d/b", R_OK) == 0 && sy_access("/d/sensor0", F_OK) == -1);
+    const pid_t child = fork(); // that is killed while it waits for a command
+    if (child == 0) {
+        _exit(sy_system("exec sleep 30", 30));
+    }
+    usleep(100000);
+    EXPECT_EQ(0, kill(child, SIGKILL));
+    waitpid(child, nullptr, 0);
     close(ends[1]);
     pollfd ended = {ends[0], 0, 0};
     EXPECT_EQ(1, poll(&ended, 1, 1000));
