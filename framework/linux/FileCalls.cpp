@@ -27,12 +27,30 @@ unsigned long s_failing = 0;
 Kind s_kind = Kind::None;
 bool s_fromThenOn = false;
 
+/// What a call does to the disk, and so which kinds of faults concern it.
+enum class Effect { None, Change, Write };
+
+bool concerns(Kind kind, Effect effect) {
+    switch (kind) {
+        case Kind::Enospc:
+        case Kind::Death:
+            return effect != Effect::None;
+        case Kind::ShortWrite:
+            return effect == Effect::Write;
+        default:
+            return true;
+    }
+}
+
 /// Counts one call and says what is to happen to it.
-Kind draw() {
+Kind draw(Effect effect) {
     if (!s_armed.load(std::memory_order_relaxed)) {
         return Kind::None;
     }
     const std::lock_guard<std::mutex> guard(s_lock);
+    if (!concerns(s_kind, effect)) {
+        return Kind::None;
+    }
     const unsigned long number = ++s_counted;
     bool fails = s_failing != 0 && number == s_failing;
     if (s_failing != 0 && s_fromThenOn && number > s_failing) {
@@ -42,25 +60,21 @@ Kind draw() {
     return fails ? s_kind : Kind::None;
 }
 
-enum class Needs { Nothing, Room };
-
-/// @param count  the bytes of a write, which a short write halves; null for other calls
+/// @param count  the bytes of a write, which a short write halves
 /// @return true when the call is not to be made; errno says why
-bool refused(Needs needs, std::size_t* count = nullptr) {
-    switch (draw()) {
+bool refused(Effect effect, std::size_t* count = nullptr) {
+    switch (draw(effect)) {
         case Kind::None:
             return false;
         case Kind::ShortWrite:
-            if (count != nullptr) {
-                *count -= *count / 2;
-            }
+            *count -= *count / 2;
             return false;
         case Kind::Eio:
             errno = EIO;
             return true;
         case Kind::Enospc:
             errno = ENOSPC;
-            return needs == Needs::Room;
+            return true;
         case Kind::Eintr:
             errno = EINTR;
             return true;
@@ -74,7 +88,7 @@ bool refused(Needs needs, std::size_t* count = nullptr) {
 template <typename Call>
 auto uninterrupted(Call call) -> decltype(call()) {
     for (;;) {
-        const decltype(call()) result = refused(Needs::Room) ? -1 : call();
+        const decltype(call()) result = refused(Effect::Change) ? -1 : call();
         if (result != -1 || errno != EINTR) {
             return result;
         }
@@ -83,9 +97,9 @@ auto uninterrupted(Call call) -> decltype(call()) {
 
 /// The same for a call that is worth another try.
 template <typename Call>
-auto patiently(Needs needs, Call call) -> decltype(call()) {
+auto patiently(Effect effect, Call call) -> decltype(call()) {
     for (file_calls::Patience patience;;) {
-        const decltype(call()) result = refused(needs) ? -1 : call();
+        const decltype(call()) result = refused(effect) ? -1 : call();
         if (result != -1 || !patience.goesOn()) {
             return result;
         }
@@ -150,7 +164,7 @@ bool Patience::goesOn() {
 }
 
 int open(const char* path, int flags, mode_t mode) {
-    return patiently((flags & O_CREAT) != 0 ? Needs::Room : Needs::Nothing,
+    return patiently((flags & O_CREAT) != 0 ? Effect::Change : Effect::None,
                      [=] { return descriptors::open(path, flags | O_NOCTTY | O_NONBLOCK, mode); });
 }
 
@@ -159,7 +173,7 @@ void close(int fd) {
 }
 
 int access(const char* path, int mode) {
-    return patiently(Needs::Nothing, [=] { return ::access(path, mode); });
+    return patiently(Effect::None, [=] { return ::access(path, mode); });
 }
 
 bool list(const char* folder, int flags, std::vector<std::string>& names) {
@@ -193,14 +207,14 @@ std::string joined(const std::string& folder, const std::string& name) {
 
 std::size_t readAll(int fd, void* buffer, std::size_t count) {
     return inPieces(count, [=](std::size_t done, std::size_t size) {
-        return patiently(Needs::Nothing,
+        return patiently(Effect::None,
                          [=] { return ::read(fd, static_cast<char*>(buffer) + done, size); });
     });
 }
 
 std::size_t readAllAt(int fd, void* buffer, std::size_t count, off_t offset) {
     return inPieces(count, [=](std::size_t done, std::size_t size) {
-        return patiently(Needs::Nothing, [=] {
+        return patiently(Effect::None, [=] {
             return ::pread(fd, static_cast<char*>(buffer) + done, size,
                            offset + static_cast<off_t>(done));
         });
@@ -211,7 +225,7 @@ std::size_t writeAll(int fd, const void* data, std::size_t count) {
     return inPieces(count, [=](std::size_t done, std::size_t size) {
         ssize_t piece = -1;
         do {
-            piece = refused(Needs::Room, &size)
+            piece = refused(Effect::Write, &size)
                         ? -1
                         : ::write(fd, static_cast<const char*>(data) + done, size);
         } while (piece < 0 && errno == EINTR);
@@ -236,7 +250,7 @@ int unlink(const char* path) {
 }
 
 bool lineReadFails() {
-    return patiently(Needs::Nothing, [] { return 0; }) != 0;
+    return patiently(Effect::None, [] { return 0; }) != 0;
 }
 
 } // namespace file_calls

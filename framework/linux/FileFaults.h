@@ -3,18 +3,18 @@
 /// Scripted faults of the file system, for tests of what the camera makes of them. Counted are the
 /// system calls that the framework makes for files: open (of folders too), read, write, access,
 /// fdatasync, fsync of a folder, rename and unlink; a line that DKFile::ReadOneLine reads counts as
-/// one read. Not counted are those of the log, which would otherwise hide in the counts what it is
-/// to report. A call that is tried again counts again. Any thread may call these functions; without
-/// them a file operation costs one relaxed atomic load more than it would.
+/// one read. Not counted are those that a kind of fault does not concern, and those of the log,
+/// which is to tell of the others. A call that is tried again counts again. Any thread may call
+/// these functions; without them a file operation costs one relaxed atomic load more than it would.
 namespace file_faults {
 
 enum class Kind {
     None,       ///< nothing fails: the calls are only counted
     Eio,        ///< the call fails with EIO
-    Enospc,     ///< the call fails with ENOSPC; no effect on open for reading, read, access
-    ShortWrite, ///< a write takes only half of its bytes; no effect on other calls
+    Enospc,     ///< the call fails with ENOSPC; concerns calls that change something on the disk
+    ShortWrite, ///< a write takes only half of its bytes; concerns writes
     Eintr,      ///< the call is interrupted once
-    Death       ///< the process ends with _exit(137) before the call
+    Death       ///< the process ends with _exit(137) before the call; concerns the same as Enospc
 };
 
 /// Counts anew from 0 and lets the n-th call from now on fail.
