@@ -60,14 +60,16 @@ Kind draw(Effect effect) {
     return fails ? s_kind : Kind::None;
 }
 
-/// @param count  the bytes of a write, which a short write halves
+/// @param count  the bytes of a write, which a short write halves; null for other calls
 /// @return true when the call is not to be made; errno says why
 bool refused(Effect effect, std::size_t* count = nullptr) {
     switch (draw(effect)) {
         case Kind::None:
             return false;
         case Kind::ShortWrite:
-            *count -= *count / 2;
+            if (count != nullptr) {
+                *count -= *count / 2;
+            }
             return false;
         case Kind::Eio:
             errno = EIO;
