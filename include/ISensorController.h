@@ -15,10 +15,12 @@ class ModuleConfigure;
 class VideoStreamModule;
 
 /// Rows of the key-command map: what init allocates until it has filled the map, then what a lookup
-/// scans (87).
+/// scans (87). Read it as g_pKeyCmdMap.
 extern IMGCTL_API int g_nKeyCmdNum;
 
-/// First row of the key-command map of the controller initialised last; null before.
+/// First row of the key-command map of the controller initialised last; null before the first init.
+/// Its rows never change, and stay until that controller is destroyed. Any thread may read it once
+/// init has returned, also during resetParameters, which leaves pointer, number and rows untouched.
 extern IMGCTL_API keycmd* g_pKeyCmdMap;
 
 /// Notification codes for the video-stream module that differ from the key that was set.
@@ -36,11 +38,17 @@ enum {
 /// switches between them once a second.
 ///
 /// Threads. Members marked [locks] take the controller's lock for the length of their work and may
-/// be called by any thread. Members marked [no lock] may be called by any thread too; they act on
-/// values as they stand and are not kept apart from other calls. init, uinit and the destructor are
-/// called by one thread, with no other call under way; resetParameters does the same work under the
-/// lock. The image-adjust layer and the video module must not call a [locks] member, switch_to,
-/// LPR_switch_to, init or uinit from within their own calls: they would wait for themselves.
+/// be called by any thread. Those marked [locks, one scheme] apply or correct values, and are kept
+/// apart from switches too, whoever makes them: they wait until no switch is under way, looking
+/// every few milliseconds of real time whatever the device's clock does, and no switch begins until
+/// they end. A switch that came due meanwhile goes before the next of them. A layer that hangs holds
+/// nobody up: when no call of it has returned for one second of real time, a waiting member goes on
+/// all the same, and the worker thread ends its pass. Members marked [no lock] may be called by any
+/// thread too; they act on values as they stand and are not kept apart from other calls. init, uinit
+/// and the destructor are called by one thread, with no other call under way; resetParameters does
+/// the same work under the lock. The image-adjust layer and the video module must not call a [locks]
+/// member, switch_to, LPR_switch_to, init or uinit from within their own calls: they would wait for
+/// themselves.
 ///
 /// Every member is safe before init and after uinit: nothing is in the arrays then, reads go to the
 /// image-adjust layer, and schemes are empty.
@@ -106,8 +114,8 @@ public:
     /// @param nMode  receives the mode. [locks] @return true
     bool getParamMode(int& nMode);
 
-    /// Makes a scheme current and applies it. Waits while a switch, a reset or a restore is under
-    /// way. [no lock]
+    /// Makes a scheme current and applies it. Waits like setParamScheme, and for the end of a
+    /// member marked [locks, one scheme]. [no lock]
     /// @param nScheme    as of setParamScheme, not checked
     /// @param bApplyAll  true: every value is applied, none recorded; false: values that differ
     /// from
@@ -131,7 +139,10 @@ public:
     /// @return SNS_SUCCESS; 505 start after 24:00; 506 end after 24:00; 507 start not before end
     int paramCheck();
 
-    /// One pass of the worker thread: pauses a second, then switches if it is time. [no lock]
+    /// One pass of the worker thread: pauses a second, then switches if it is time. A pass that
+    /// begins during a reset does neither. A switch that is due while values are being applied goes
+    /// as soon as they are: a member marked [locks, one scheme] holds it up as long as it takes, a
+    /// list of records less than a second. [no lock]
     /// @return 0
     int sensorThread();
 
@@ -144,14 +155,16 @@ public:
     ///         505, 506, 507 for a wrong time window, nothing is written then
     int flush();
 
-    /// Applies one value of the current scheme again, as it stands in memory. [locks]
+    /// Applies one value of the current scheme again, as it stands in memory, which a handler does
+    /// not change. [locks, one scheme]
     /// @return 0; -1 when the key is not in the scheme (reported), or what setParameters gives
     int restore(int p_nKey);
 
-    /// Applies exposure mode and focus mode again. [locks] @return true when both succeeded
+    /// Restores the exposure mode, then the focus mode. [locks, one scheme, for each]
+    /// @return true when both succeeded
     bool restoreAeMode();
 
-    /// Applies what was last saved for the current scheme and records it. [locks]
+    /// Applies what was last saved for the current scheme and records it. [locks, one scheme]
     /// @return true when all of it was applied, or when the default scheme is current
     bool resetToLastParameters();
 
@@ -163,7 +176,9 @@ public:
     // Parameters as records
     // -------------------------------------------------------------------------
 
-    /// Applies a list of parameters in order, up to the first that fails. [no lock]
+    /// Applies a list of parameters in order, up to the first that fails. During a switch, a value
+    /// of the scheme that is being left may pass for one in force, and what the switch applies next
+    /// may undo a value: whoever needs one scheme uses the text form or setParameter. [no lock]
     /// @param p_pKeyval     the records; a handler may change a value in place
     /// @param p_nKeyValNum  number of records
     /// @param p_bUpdate     true: skip values already in force and record the applied ones in the
@@ -197,7 +212,8 @@ public:
     // Single parameters
     // -----------------------------------------------------------------------------
 
-    /// Applies one parameter; b is setParameters' p_bUpdate. [locks] @return as setParameters
+    /// Applies one parameter; b is setParameters' p_bUpdate. [locks, one scheme]
+    /// @return as setParameters
     int setParameter(int key, int value, bool b);
 
     /// Reads one parameter: from the current scheme, else from the image-adjust layer. [locks]
@@ -239,13 +255,13 @@ public:
     // Parameters as text
     // ----------------------------------------------------------------------------
 
-    /// Applies "(key,value)" pairs, as many as a scheme has records. [locks] @return as the record
-    /// form
+    /// Applies "(key,value)" pairs, as many as a scheme has records. [locks, one scheme]
+    /// @return as the record form
     int setParameters(const std::string& p_strParameters, bool p_bUpdate);
 
     /// Appends all of the current scheme to a text as "(key,value)" pairs, after the image-adjust
-    /// layer has corrected the values of its restricted commands in the scheme. [locks] @return
-    /// true
+    /// layer has corrected the values of its restricted commands in the scheme. [locks, one scheme]
+    /// @return true
     bool getAllParameters(std::string& p_strParameters);
 
     /// Answers a query such as "(34,2337)" with "(key,value)" pairs in the query's order; keys that
@@ -305,6 +321,7 @@ public:
 private:
     struct Storage;
     class BatchMark;
+    class Request;
 
     /// Bits of m_nFlags. Above them counts the batches that hosts are applying.
     enum : u32 {
@@ -314,14 +331,18 @@ private:
         resetting_flag = 1u << 3,
         restoring_flag = 1u << 4,
         switching_flag = 1u << 5,
+        switch_due = 1u << 6,   ///< a switch waits; the next request lets it go first
+        request_flag = 1u << 7, ///< a member that holds the lock is applying values
         busy_flags = resetting_flag | restoring_flag | switching_flag,
         user_blocking_flags = init_flag | busy_flags,
         host_batch = 1u << 8,
-        host_batches = ~(host_batch - 1u),
+        any_batch = ~(host_batch - 1u) | request_flag,
     };
 
     bool isBusy() const { return (m_nFlags & busy_flags) != 0; }
-    IMGCTL_LOCAL bool claimSwitch(u32 p_nUnlessSet);
+    IMGCTL_LOCAL u32 claim(u32 p_nFlag, u32 p_nUnlessSet);
+    IMGCTL_LOCAL void claimSwitchInTurn();
+    IMGCTL_LOCAL bool switchIfDue(u32 p_nBatches);
     IMGCTL_LOCAL void waitWhileBusy();
     IMGCTL_LOCAL int switchClaimed(int nScheme, bool bApplyAll);
     IMGCTL_LOCAL void switchClaimedLPR(int nScheme);
@@ -358,6 +379,7 @@ private:
     const u32 m_nVersion = 8; ///< of the layout of the scheme files
     std::atomic<const VideoStreamModule*> m_pVideoStreamModule{nullptr};
     std::atomic<u32> m_nFlags{0};
+    std::atomic<u32> m_nLayerReturns{0};   ///< changes with each call of the layer that returns
     std::atomic<int> m_nLastSchedule{255}; ///< 255: none yet
     std::atomic<bool> m_bDayNightSchemes{false};
     std::unique_ptr<Storage> m_pStorage;

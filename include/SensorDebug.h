@@ -14,6 +14,6 @@ extern IMGCTL_API std::atomic<bool> g_bEnAssert;
 
 /// Takes both from the sign file "/mnt/mtd/sign/Debug.sign": line 1 the level, line 2 the abort
 /// switch (non-zero: on). Without the file: level 1, off; a file that cannot be opened changes
-/// nothing. Every report does this first, so an edited file takes effect at the next report. Any
-/// thread may call.
+/// nothing. No more than its first 1024 bytes are read: every report does this first, so an edited
+/// file takes effect at the next report. Any thread may call.
 IMGCTL_API void updateDebugLevel();

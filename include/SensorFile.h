@@ -42,20 +42,21 @@ IMGCTL_API int setVersion(u32 p_nVersion);
 
 // The user-interface style: XML documents whose elements with an "id" are controls, the id being
 // the parameter's key, "value" its factory value, and their children with an "index" its choices.
-// Texts are NUL-terminated. A text that is no XML, is longer than 1 MiB, is not UTF-8, nests more
-// than 64 levels or has more than 64 attributes on one element is reported and read as an empty
-// document.
+// Texts are NUL-terminated. A text that is no XML, nests more than 64 levels or has more than 64
+// attributes on one element is reported and read as an empty document. Bytes that are no UTF-8 are
+// kept as they are.
 
-/// Merges the rules for this device into a style. What fails is reported and passed over. The
-/// result is also written to "/tmp/merge_style.xml", for a look at it; a failure of that is not
-/// reported.
+/// Merges the rules for this device into a style. What fails is reported and passed over. A style or
+/// rules of more than 1 MiB count as no XML; the result may be larger. It is also written to
+/// "/tmp/merge_style.xml", for a look at it; a failure of that is not reported.
 /// @param moduleConfig        its szDetail decides which rule groups apply
 /// @param ui_style            a malloc'd text, replaced by the merged one (the pointer may change)
 /// @param ui_styleDiversity   the rules; null is reported
 /// @return SNS_SUCCESS always
 IMGCTL_API int mergeStyle(ModuleConfig* moduleConfig, char** ui_style, char* ui_styleDiversity);
 
-/// Carries out one rule on the first tab (child of the root) whose "key" equals tab_key.
+/// Carries out one rule on the first tab (child of the root) whose "key" equals tab_key. The user
+/// data of the root's children is overwritten.
 /// @param op      "Modify" replaces the tab by a copy of newTab, "AddAfter" inserts a copy behind
 /// it,
 ///                "Delete" removes it; anything else, or null, does nothing

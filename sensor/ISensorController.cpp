@@ -1,12 +1,12 @@
 #include "ISensorController.h"
 
-#include <unistd.h>
-
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
 #include "AVStreamParam.h"
+#include "DeviceAccess.h"
 #include "DevicePaths.h"
 #include "DeviceType.h"
 #include "GThread.h"
@@ -70,7 +70,7 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
         uinit();
     m_nFlags |= init_flag;
     m_nFlags &= ~u32{status_flag};
-    uinitSysConf(&g_stSysConf); // what a controller before this one may have left
+    free(g_stSysConf.szUIStyle); // of a controller that was destroyed without uinit
     if (initSysConf(p_objModuleConfigure, &g_stSysConf) != SNS_SUCCESS)
         REPORT_ASSERTION("SNS_SUCCESS == initSysConf(p_objModuleConfigure, &g_stSysConf)");
     const u32 nSchemeSum = g_stSysConf.nSchemeSum;
@@ -104,7 +104,7 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
                          hasDayNightSchemes(g_stSysConf.moduleConfig.szDetail);
     for (u32 s = 0; s < nSchemeSum; ++s) {
         SchemeFileName name(s);
-        if (sy_access(name.text, F_OK) != 0)
+        if (!existsOnDevice(name.text))
             createSchemeFile(s, name.text);
         loadSchemeFile(s, name.text);
     }
@@ -131,7 +131,8 @@ void ISensorController::uinit() {
     if (!m_pSensorThread->stop())
         REPORT_ASSERTION("m_pSensorThread->stop()");
     m_pstKeyValTmp = nullptr;
-    uinitSysConf(&g_stSysConf);
+    if (m_ppUserKeyVal != nullptr) // otherwise the host may have taken its table of texts back
+        uinitSysConf(&g_stSysConf);
     m_nFlags &= ~u32{uinit_flag};
     m_nKeyValSum = 0;
     m_ppUserKeyVal = nullptr;

@@ -26,6 +26,9 @@ int ISensorController::doIaCmd(unsigned int cmd, unsigned int opt, void* data) {
     REPORT_DEBUG("====================== cmd:%d dir:%d val:%d =====================begin\n",
                  static_cast<int>(cmd), static_cast<int>(opt), static_cast<int>(wordAt(data)));
     const int result = ia_ioctrl(cmd, opt, data);
+    // Of two that return at once one may go uncounted: it is the change that tells.
+    m_nLayerReturns.store(m_nLayerReturns.load(std::memory_order_relaxed) + 1,
+                          std::memory_order_relaxed);
     REPORT_DEBUG("====================== cmd:%d dir:%d val:%d =====================end\n",
                  static_cast<int>(cmd), static_cast<int>(opt), static_cast<int>(wordAt(data)));
     return result;
@@ -148,7 +151,8 @@ int ISensorController::setParameters(KeyVal* p_pKeyval, u32 p_nKeyValNum, bool p
                 static_cast<int>(row.ia_cmd));
             const u32 nWanted = kv.value;
             const int nResult = callHandler(row, bKnown, kv.value);
-            if (kv.value != nWanted)
+            // What a handler makes of a value for now is no factory value.
+            if (kv.value != nWanted && p_pKeyval != schemeArray(loadWord(g_stSysConf.nSchemeSum)))
                 storeWord(p_pKeyval[i].value, kv.value);
             if (nResult != SNS_SUCCESS) {
                 if (nResult == IA_ERR_FAILED || nResult == IA_ERR_RANGE ||

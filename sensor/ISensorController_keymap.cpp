@@ -170,8 +170,11 @@ void ISensorController::buildKeyCmdMap() {
         }
     }
     m_pKeyCmdMap = m_pStorage->map.get();
-    __atomic_store_n(&g_pKeyCmdMap, m_pStorage->map.get(), __ATOMIC_RELEASE);
-    __atomic_store_n(&g_nKeyCmdNum, kRowCount, __ATOMIC_RELAXED);
+    // A reset leaves both untouched: hosts read them as plain variables meanwhile.
+    if (__atomic_load_n(&g_pKeyCmdMap, __ATOMIC_RELAXED) != m_pStorage->map.get())
+        __atomic_store_n(&g_pKeyCmdMap, m_pStorage->map.get(), __ATOMIC_RELEASE);
+    if (__atomic_load_n(&g_nKeyCmdNum, __ATOMIC_RELAXED) != kRowCount)
+        __atomic_store_n(&g_nKeyCmdNum, kRowCount, __ATOMIC_RELAXED);
 }
 
 int ISensorController::findFromKeyCmdMap(const keycmd* p_pKeyCmdMap, unsigned int p_nKey,

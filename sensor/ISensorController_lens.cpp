@@ -2,7 +2,9 @@
 
 #include <cstring>
 #include <iterator>
+#include <new>
 
+#include "ISensorController_request.h"
 #include "ImageAdjust.h"
 #include "KeyValAccess.h"
 #include "MutexGuard.h"
@@ -25,7 +27,7 @@ constexpr u32 kZoomPositions[] = {16384, 24576, 27264, 28672, 29056, 29440, 2972
 } // namespace
 
 int ISensorController::setParameter(int key, int value, bool b) {
-    const MutexGuard lock(m_mutex, __LINE__);
+    const Request request(*this, __LINE__);
     REPORT_DEBUG("p_Parameters22222222222(%d, %d)\n", key, value);
     KeyVal kv = {static_cast<u32>(key), static_cast<u32>(value)};
     return setParameters(&kv, 1, b);
@@ -141,10 +143,13 @@ bool ISensorController::getWDR(int& v) {
     return getCommand(KEY_WDR_MODE, &v);
 }
 
-bool ISensorController::getCameraVerInf(std::string& s) {
+bool ISensorController::getCameraVerInf(std::string& s) try {
     char text[IA_VERSION_SIZE] = {};
     if (!getCommand(IA_CMD_CAMERA_VERSION, text))
         return false;
     s.assign(text, strnlen(text, sizeof text));
     return true;
+} catch (const std::bad_alloc&) {
+    REPORT_ASSERTION("no std::bad_alloc");
+    return false;
 }

@@ -6,6 +6,7 @@
 
 #include "DevicePaths.h"
 #include "ISensorController_pause.h"
+#include "ISensorController_request.h"
 #include "KeyValAccess.h"
 #include "MachineInfo.h"
 #include "ModuleConfigure.h"
@@ -65,16 +66,17 @@ int ISensorController::flush() {
 }
 
 int ISensorController::restore(int p_nKey) {
-    const MutexGuard lock(m_mutex, __LINE__);
+    const Request request(*this, __LINE__);
     REPORT_DEBUG("p_nKey(%d)\n", p_nKey);
-    KeyVal* const array = schemeArray(static_cast<u32>(m_nCurScheme));
+    const KeyVal* const array = schemeArray(static_cast<u32>(m_nCurScheme));
     const int nPos = array ? findRecord(array, m_nKeyValSum, static_cast<u32>(p_nKey)) : -1;
     if (nPos == -1) {
         REPORT_ASSERTION("-1 != nPos", "restore key(%d) failed! make sure it is sensor ui key \n",
                          p_nKey);
         return -1;
     }
-    return setParameters(&array[nPos], 1, false);
+    KeyVal kv = loadRecord(array[nPos]); // a copy: a handler may change what it is given
+    return setParameters(&kv, 1, false);
 }
 
 bool ISensorController::restoreAeMode() {
@@ -83,23 +85,14 @@ bool ISensorController::restoreAeMode() {
 
 bool ISensorController::resetToLastParameters() {
     REPORT_DEBUG("\n");
-    u32 nScheme = static_cast<u32>(m_nCurScheme);
-    if (nScheme >= loadWord(g_stSysConf.nSchemeSum))
+    if (static_cast<u32>(m_nCurScheme) >= loadWord(g_stSysConf.nSchemeSum))
         return true;
-    SchemeFileName szTmp(nScheme);
-    const MutexGuard lock(m_mutex, __LINE__);
+    const Request request(*this, __LINE__);
+    const u32 nScheme = static_cast<u32>(m_nCurScheme); // a switch may have ended meanwhile
+    if (nScheme >= g_stSysConf.nSchemeSum)
+        return true;
     m_nFlags |= restoring_flag;
-    // A switch that was under way is let end; the next one waits for the flag.
-    while ((m_nFlags & switching_flag) != 0)
-        pauseHalfSecond();
-    if (nScheme != static_cast<u32>(m_nCurScheme)) {
-        nScheme = static_cast<u32>(m_nCurScheme);
-        if (nScheme >= g_stSysConf.nSchemeSum) {
-            m_nFlags &= ~u32{restoring_flag};
-            return true;
-        }
-        szTmp = SchemeFileName(nScheme);
-    }
+    SchemeFileName szTmp(nScheme);
     if (keyValFromFile(szTmp.text, m_pstKeyValTmp, m_nKeyValSum) != SNS_SUCCESS) {
         REPORT_ASSERTION("SNS_SUCCESS == keyValFromFile(szTmp, m_pstKeyValTmp, m_nKeyValSum)",
                          "szTmp(%s), m_nKeyValSum(%d)\n", szTmp.text,
@@ -114,7 +107,7 @@ bool ISensorController::resetParameters() {
     const MutexGuard lock(m_mutex, __LINE__);
     REPORT_DEBUG("resetting\n");
     m_nFlags |= resetting_flag;
-    while (!claimSwitch(switching_flag))
+    while (claim(switching_flag, switching_flag) != 0)
         pauseHalfSecond();
     if (switchClaimed(static_cast<int>(g_stSysConf.nSchemeSum), false) != SNS_SUCCESS) {
         REPORT_ASSERTION("SNS_SUCCESS == switch_to(g_stSysConf.nSchemeSum)",

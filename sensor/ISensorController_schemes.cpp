@@ -1,9 +1,11 @@
 #include "ISensorController.h"
 
+#include <time.h>
+
 #include "DKDeviceTime.h"
 #include "DravikTime.h"
 #include "ISensorController_pause.h"
-#include "ISensorController_storage.h"
+#include "ISensorController_request.h"
 #include "KeyValAccess.h"
 #include "MutexGuard.h"
 #include "SensorConfig.h"
@@ -24,6 +26,9 @@ enum WindowPosition : u32 {
 
 constexpr u32 kEndOfDay = 2400;
 
+/// How often the worker thread pauses for batches without the lock: for less than a second.
+constexpr u32 kMostPauses = 200;
+
 /// A time of day as one number, for example 730 for half past seven.
 u32 timeOfDay(u32 hour, u32 minute) {
     return hour * 100 + minute;
@@ -31,15 +36,58 @@ u32 timeOfDay(u32 hour, u32 minute) {
 
 } // namespace
 
-/// Sets switching_flag in one step, so that two switches never run at once.
-/// @return false when it, or one of the given bits, was set
-bool ISensorController::claimSwitch(u32 p_nUnlessSet) {
-    u32 nFlags = m_nFlags;
+bool LayerWatch::pause() {
+    // By a count of pauses, each of its whole length whatever signals come, a second takes no clock.
+    timespec rest = {0, 4000000};
+    while (nanosleep(&rest, &rest) != 0)
+        continue;
+    const u32 nReturns = m_returns.load(std::memory_order_relaxed);
+    if (nReturns != m_nReturns) {
+        m_nReturns = nReturns;
+        m_nPauses = 0;
+    }
+    return ++m_nPauses < 250;
+}
+
+/// Sets a flag in the step that finds others clear, so that two switches, or a switch and a request,
+/// never run at once.
+/// @return 0; otherwise which of the others are set, and nothing is changed
+u32 ISensorController::claim(u32 p_nFlag, u32 p_nUnlessSet) {
+    u32 nFlags = m_nFlags.load(std::memory_order_relaxed);
     do {
-        if ((nFlags & (p_nUnlessSet | switching_flag)) != 0)
-            return false;
-    } while (!m_nFlags.compare_exchange_weak(nFlags, nFlags | switching_flag));
-    return true;
+        const u32 nBlocking = nFlags & p_nUnlessSet;
+        if (nBlocking != 0)
+            return nBlocking;
+    } while (!m_nFlags.compare_exchange_weak(nFlags, nFlags | p_nFlag));
+    return 0;
+}
+
+/// Claims a switch for a host, which waits: by the device's clock for what keeps the controller
+/// busy, and for a request, ahead of the next one.
+void ISensorController::claimSwitchInTurn() {
+    LayerWatch watch(m_nLayerReturns);
+    u32 nUnless = busy_flags | request_flag;
+    while (const u32 nBlocking = claim(switching_flag, nUnless)) {
+        if ((nBlocking & busy_flags) != 0) {
+            m_nFlags &= ~u32{switch_due};
+            pauseHalfSecond();
+            continue;
+        }
+        m_nFlags |= switch_due;
+        if (!watch.pause())
+            nUnless = busy_flags;
+    }
+    m_nFlags &= ~u32{switch_due};
+}
+
+ISensorController::Request::Request(ISensorController& controller, int line)
+    : m_lock(controller.m_mutex, line), m_controller(controller) {
+    LayerWatch watch(controller.m_nLayerReturns);
+    u32 nUnless = switching_flag | switch_due;
+    while (controller.claim(request_flag, nUnless) != 0) {
+        if (!watch.pause())
+            nUnless = 0;
+    }
 }
 
 void ISensorController::waitWhileBusy() {
@@ -48,8 +96,7 @@ void ISensorController::waitWhileBusy() {
 }
 
 int ISensorController::switch_to(int nScheme, bool bApplyAll) {
-    while (!claimSwitch(busy_flags))
-        pauseHalfSecond();
+    claimSwitchInTurn();
     return switchClaimed(nScheme, bApplyAll);
 }
 
@@ -75,8 +122,7 @@ int ISensorController::switchClaimed(int nScheme, bool bApplyAll) {
 }
 
 int ISensorController::LPR_switch_to(int nScheme) {
-    while (!claimSwitch(busy_flags))
-        pauseHalfSecond();
+    claimSwitchInTurn();
     switchClaimedLPR(nScheme);
     return SNS_SUCCESS;
 }
@@ -177,39 +223,68 @@ int ISensorController::paramCheck(u32 nScheme) {
 }
 
 int ISensorController::sensorThread() {
-    if ((m_nFlags & resetting_flag) == 0)
+    const bool bResetting = (m_nFlags & resetting_flag) != 0;
+    if (!bResetting)
         DravikTime::wait(DravikTime(1, 0));
-    if (m_nParamMode == 0)
+    // A pass that began during a reset may find it ended, but has not paused.
+    if (bResetting || m_nParamMode == 0)
         return 0;
+    // A switch that finds values being applied goes as soon as they are; requests that hold the
+    // lock let it pass. Other batches, which keep to no order, hold it up for so many pauses only.
+    LayerWatch watch(m_nLayerReturns);
+    u32 nBatches = any_batch;
+    for (u32 nPauses = 0; !switchIfDue(nBatches);) {
+        do {
+            m_nFlags |= switch_due;
+            if (!watch.pause()) {
+                m_nFlags &= ~u32{switch_due};
+                return 0;
+            }
+            if (++nPauses == kMostPauses)
+                nBatches = request_flag;
+        } while ((m_nFlags & nBatches) != 0);
+    }
+    m_nFlags &= ~u32{switch_due};
+    return 0;
+}
+
+/// Compares the scheme in force with the one that should be, and switches.
+/// @param p_nBatches  what keeps a switch from beginning, of any_batch
+/// @return false when a batch kept it; true when it is done, not due, or not to be done now
+bool ISensorController::switchIfDue(u32 p_nBatches) {
     int nScheme = 0;
     int nSchedule = 0;
     if (judgeCurScheme(nScheme, nSchedule) != SNS_SUCCESS) {
         REPORT_ASSERTION("SNS_SUCCESS == judgeCurScheme(nScheme, nSchedule)", "nScheme(%d)\n",
                          nScheme);
     }
-    // The thread waits for nobody: while the controller is busy or a batch is being applied, the
-    // next pass compares again. The host may have ended automatic switching, and switched itself,
-    // since the mode was read; what was judged then must not undo that.
-    const auto claim = [this] {
-        if (!claimSwitch(busy_flags | host_batches))
+    // While the controller is busy, the next pass compares again. The host may have ended automatic
+    // switching, and switched itself, since the mode was read; what was judged then must not undo
+    // that.
+    bool bKept = false;
+    const auto claimed = [&] {
+        const u32 nBlocking = claim(switching_flag, busy_flags | p_nBatches);
+        if (nBlocking != 0) {
+            bKept = (nBlocking & busy_flags) == 0;
             return false;
+        }
         if (m_nParamMode != 0)
             return true;
         m_nFlags &= ~u32{switching_flag};
         return false;
     };
     if (!m_bDayNightSchemes) {
-        if (nScheme != m_nCurScheme && claim()) {
+        if (nScheme != m_nCurScheme && claimed()) {
             REPORT_DEBUG("SCHEME: auto switch_to(%d)\n", nScheme);
             if (switchClaimed(nScheme, false) != SNS_SUCCESS)
                 REPORT_ASSERTION("SNS_SUCCESS == switch_to(nScheme)", "nScheme(%d)\n", nScheme);
         }
-        return 0;
+        return !bKept;
     }
     const bool bSameSchedule = m_nLastSchedule == nSchedule;
     if (nSchedule == 1) {
-        if ((bSameSchedule && nScheme == m_nCurScheme) || !claim())
-            return 0;
+        if ((bSameSchedule && nScheme == m_nCurScheme) || !claimed())
+            return !bKept;
         REPORT_DEBUG("SCHEME: auto switch_to(%d)\n", nScheme);
         if (bSameSchedule) {
             if (switchClaimed(nScheme, false) != SNS_SUCCESS)
@@ -219,14 +294,14 @@ int ISensorController::sensorThread() {
             REPORT_ASSERTION("SNS_SUCCESS == switch_to(nScheme, true)", "nScheme(%d)\n", nScheme);
         }
         m_nLastSchedule = nSchedule;
-        return 0;
+        return !bKept;
     }
     int nMode = 0;
     getDNMode(nMode);
     const int nWanted = nMode != 0 ? 1 : 0;
-    if ((bSameSchedule && nWanted == m_nCurScheme) || !claim())
-        return 0;
+    if ((bSameSchedule && nWanted == m_nCurScheme) || !claimed())
+        return !bKept;
     switchClaimedLPR(nWanted);
     m_nLastSchedule = nSchedule;
-    return 0;
+    return !bKept;
 }

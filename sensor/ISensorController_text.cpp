@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ISensorController_request.h"
 #include "KeyValAccess.h"
 #include "MutexGuard.h"
 #include "SensorConfig.h"
@@ -39,7 +40,7 @@ const UIFileEntry* uiFileEntry(int languageId) {
 } // namespace
 
 int ISensorController::setParameters(const std::string& p_strParameters, bool p_bUpdate) {
-    const MutexGuard lock(m_mutex, __LINE__);
+    const Request request(*this, __LINE__);
     REPORT_DEBUG("p_Parameters1111111111(%s)\n", p_strParameters.c_str());
     u32 nCount = 0;
     keyval_str2st(p_strParameters, m_pstKeyValTmp, &nCount,
@@ -48,7 +49,8 @@ int ISensorController::setParameters(const std::string& p_strParameters, bool p_
 }
 
 bool ISensorController::getAllParameters(std::string& p_strParameters) try {
-    const MutexGuard lock(m_mutex, __LINE__);
+    // While a switch is under way the layer would correct by the values of two schemes.
+    const Request request(*this, __LINE__);
     // The layer corrects a copy, as other threads may be using the array. What it changed goes into
     // the scheme, unless somebody set the value meanwhile.
     KeyVal* const array = schemeArray(static_cast<u32>(m_nCurScheme));

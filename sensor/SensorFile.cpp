@@ -1,6 +1,7 @@
 #include "SensorFile.h"
 
 #include "DKFile.h"
+#include "DeviceAccess.h"
 #include "SensorReport.h"
 
 namespace {
@@ -18,7 +19,7 @@ const char* printable(const char* text) {
 
 INT64 getFileLen(const char* file_name) {
     DKFile file;
-    if (!file.open(file_name, DKFile::modeRead))
+    if (!file.open(file_name, kOpenForReading))
         REPORT_ASSERTION("file.open(file_name)", "file_name(%s)", printable(file_name));
     return file.getLength();
 }
@@ -27,7 +28,7 @@ int loadFromFile(const char* file_name, char* buffer, INT64 size) {
     reportTrace(TraceKind::Debug, REPORT_SITE, kColourWhite, "open file:%s\n",
                 printable(file_name));
     DKFile file;
-    if (buffer == nullptr || !file.open(file_name, DKFile::modeRead))
+    if (buffer == nullptr || !file.open(file_name, kOpenForReading))
         return -1;
     const int nSize = file.read(buffer, static_cast<u32>(size));
     if (nSize != size)
@@ -53,7 +54,7 @@ int saveToFile(char* file_name, char* data, INT64 file_len) {
 
 int keyValFromFile(char* file_name, KeyVal* p_pKeyVal, u32 p_nKeyValNum) {
     DKFile file;
-    if (!file.open(file_name, DKFile::modeRead))
+    if (!file.open(file_name, kOpenForReading))
         REPORT_ASSERTION("file.open(file_name)", "file_name(%s)\n", printable(file_name));
     const u32 bytes = p_nKeyValNum * static_cast<u32>(sizeof(KeyVal));
     const int nSize = file.read(p_pKeyVal, p_pKeyVal ? bytes : 0);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <new>
 #include <string>
 
@@ -40,7 +41,7 @@ void forEachWithId(TiXmlElement* element, int cmd, const Visitor& visit) {
 }
 
 int itemCount(const ia_dynamic_params_attr_st& range) {
-    return std::clamp<int>(range.items_cnt, 0, IA_DYNAMIC_ITEM_MAX);
+    return std::clamp(range.items_cnt, 0, static_cast<int>(std::size(range.item)));
 }
 
 /// The two shutter controls keep their value where this sensor allows it, except 100.
@@ -72,7 +73,8 @@ void pruneStyle(const char* szStyle, XmlDocument& objStyleXmlDoc) {
                         "SNS_SUCCESS == ia_ioctrl(IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, "
                         "(void*)(&dnaCmdList))");
     }
-    const int commands = std::clamp<int>(dnaCmdList.cmd_cnt, 0, IA_DYNAMIC_CMD_MAX);
+    const int commands =
+        std::clamp(dnaCmdList.cmd_cnt, 0, static_cast<int>(std::size(dnaCmdList.cmd_list)));
     if (!objStyleXmlDoc.LoadMem(szStyle, TIXML_ENCODING_UTF8))
         reportAssertion(DNA_SITE, "objStyleXmlDoc.LoadMem(szStyle, TIXML_ENCODING_UTF8)");
     TiXmlElement* root = objStyleXmlDoc.RootElement();

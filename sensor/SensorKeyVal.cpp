@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
+#include <iterator>
 #include <new>
 
 #include "ImageAdjust.h"
@@ -77,7 +78,8 @@ int keyval_correct(KeyVal* p_pKeyval, u32 p_nKeyValNum) {
             "(void*)(&dnaCmdList))",
             "\n");
     }
-    const int commands = std::min<int>(dnaCmdList.cmd_cnt, IA_DYNAMIC_CMD_MAX);
+    const int commands =
+        std::min(dnaCmdList.cmd_cnt, static_cast<int>(std::size(dnaCmdList.cmd_list)));
     for (int i = 0; i < commands; ++i) {
         const int index = findRecord(p_pKeyval, count, static_cast<u32>(dnaCmdList.cmd_list[i]));
         if (index == -1) {

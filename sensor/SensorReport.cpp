@@ -2,17 +2,15 @@
 
 // The abort needs the C library's assertion failure, which <cassert> hides in release builds.
 #undef NDEBUG
-#include <unistd.h>
-
+#include <algorithm>
 #include <cassert>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 #include "DKFile.h"
 #include "DKLogger.h"
-#include "SySystem.h"
+#include "DeviceAccess.h"
 #include "TextNumber.h"
 
 std::atomic<int> g_nDebugLevel{1};
@@ -21,6 +19,7 @@ std::atomic<bool> g_bEnAssert{false};
 namespace {
 
 constexpr char kSignFile[] = "/mnt/mtd/sign/Debug.sign";
+constexpr unsigned int kSignRead = 1024; // it is read before every report, so however long it is
 constexpr char kErrorLog[] = "/mnt/mtd/log/SensorError.log";
 constexpr unsigned int kErrorLogSize = 10240;
 constexpr unsigned int kErrorLogFiles = 3;
@@ -102,25 +101,31 @@ private:
     DKLogger m_log;
 };
 
+/// Takes a line off a text. @return the number in it, or the one for an empty line
+int takeNumber(char*& rest, int ifEmpty) {
+    char* const line = rest;
+    rest += strcspn(rest, "\n");
+    if (*rest != '\0')
+        *rest++ = '\0';
+    return *line == '\0' || strcmp(line, "\r") == 0 ? ifEmpty : parseInt32(line);
+}
+
 } // namespace
 
 void updateDebugLevel() {
-    if (sy_access(kSignFile, F_OK) != 0) {
-        g_nDebugLevel.store(1, std::memory_order_relaxed);
-        g_bEnAssert.store(false, std::memory_order_relaxed);
-        return;
+    char text[kSignRead + 1];
+    int size = 0;
+    if (existsOnDevice(kSignFile)) {
+        DKFile file;
+        if (!file.open(kSignFile, kOpenForReading))
+            return;
+        size = file.read(text, kSignRead);
+        file.close();
     }
-    DKFile file;
-    if (!file.open(kSignFile, DKFile::modeRead))
-        return;
-    FILE* stream = file.getFileHandle();
-    const std::string levelLine = DKFile::ReadOneLine(stream);
-    g_nDebugLevel.store(levelLine.empty() ? 1 : parseInt32(levelLine.c_str()),
-                        std::memory_order_relaxed);
-    const std::string abortLine = DKFile::ReadOneLine(stream);
-    g_bEnAssert.store(!abortLine.empty() && parseInt32(abortLine.c_str()) != 0,
-                      std::memory_order_relaxed);
-    file.close();
+    text[std::max(size, 0)] = '\0';
+    char* rest = text;
+    g_nDebugLevel.store(takeNumber(rest, 1), std::memory_order_relaxed);
+    g_bEnAssert.store(takeNumber(rest, 0) != 0, std::memory_order_relaxed);
 }
 
 void reportAssertion(ReportSite site, const char* expression, const char* detail, ...) {

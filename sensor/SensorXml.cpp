@@ -10,35 +10,14 @@
 
 namespace {
 
-constexpr size_t kMaxText = 1u << 20;
 constexpr int kMaxDepth = 64;
 constexpr int kMaxAttributes = 64;
 
-bool isUtf8(const unsigned char* p, size_t size) {
-    for (const unsigned char* const end = p + size; p < end;) {
-        if (*p < 0x80) {
-            ++p;
-            continue;
-        }
-        const int more = *p >= 0xc2 && *p <= 0xdf   ? 1
-                         : (*p & 0xf0) == 0xe0      ? 2
-                         : *p >= 0xf0 && *p <= 0xf4 ? 3
-                                                    : 0;
-        if (more == 0 || end - p <= more)
-            return false;
-        unsigned int code = *p & (0x3fu >> more);
-        for (int i = 1; i <= more; ++i) {
-            if ((p[i] & 0xc0) != 0x80)
-                return false;
-            code = (code << 6) | (p[i] & 0x3fu);
-        }
-        const bool overlong = (more == 2 && code < 0x800) || (more == 3 && code < 0x10000);
-        const bool surrogate = code >= 0xd800 && code <= 0xdfff;
-        if (overlong || surrogate || code > 0x10ffff)
-            return false;
-        p += more + 1;
-    }
-    return true;
+/// How many bytes TinyXML takes for one character. It looks at the first of them only, and not at
+/// whether the others belong to it.
+int characterSize(char first) {
+    const auto byte = static_cast<unsigned char>(first);
+    return byte < 0xc2 || byte > 0xf4 ? 1 : byte < 0xe0 ? 2 : byte < 0xf0 ? 3 : 4;
 }
 
 /// Walks the markup exactly as TinyXML will, without building anything, to see how deep it goes.
@@ -46,14 +25,19 @@ class MarkupWalk {
 public:
     explicit MarkupWalk(const char* text) : m_p(text) {}
 
-    /// @return true when TinyXML may parse the text: either within the limits, or with an error at
-    ///         which TinyXML stops as well
+    /// @return true when TinyXML may parse the text: either it stays within the text and the
+    ///         limits, or there is an error at which TinyXML stops as well
     bool withinLimits() {
         int depth = 0;
-        while ((m_p = strchr(m_p, '<')) != nullptr) {
+        for (;;) {
+            // Behind the last element nothing is parsed any more.
+            if (depth == 0)
+                skipBlanks();
+            if (depth == 0 ? *m_p != '<' : !skipTo('<'))
+                return !m_bRefused;
             if (startsWith("<?xml", true)) {
                 if (!skipDeclaration())
-                    return true;
+                    return !m_bRefused;
             } else if (startsWith("<!--", false)) {
                 skipPast("-->", 4);
             } else if (startsWith("<![CDATA[", false)) {
@@ -61,7 +45,7 @@ public:
             } else if (isNameStart(m_p[1])) {
                 bool opened = false;
                 if (!skipTag(opened))
-                    return m_nAttributes <= kMaxAttributes;
+                    return !m_bRefused;
                 if (depth >= kMaxDepth)
                     return false;
                 depth += opened ? 1 : 0;
@@ -71,7 +55,6 @@ public:
                 skipPast(">", 1);
             }
         }
-        return true;
     }
 
 private:
@@ -104,6 +87,22 @@ private:
         }
     }
 
+    /// Goes on to a character, as TinyXML does in texts and in quotes.
+    /// @return false without it, where TinyXML stops with an error, and where the text ends within a
+    ///         character, which TinyXML would step over
+    bool skipTo(char wanted) {
+        while (*m_p != wanted) {
+            if (*m_p == '\0')
+                return false;
+            for (int left = characterSize(*m_p); left > 0; --left) {
+                m_bRefused = *m_p++ == '\0';
+                if (m_bRefused)
+                    return false;
+            }
+        }
+        return true;
+    }
+
     void skipPast(const char* end, size_t from) {
         const char* found = strstr(m_p + from, end);
         m_p = found ? found + strlen(end) : m_p + strlen(m_p);
@@ -131,7 +130,7 @@ private:
 
     /// @return false where TinyXML stops with an error, or at too many attributes
     bool skipTag(bool& opened) {
-        m_nAttributes = 0;
+        int nAttributes = 0;
         for (++m_p; isNamePart(*m_p);)
             ++m_p;
         for (;;) {
@@ -141,7 +140,8 @@ private:
                 m_p += opened ? 1 : 2;
                 return opened || m_p[-1] == '>';
             }
-            if (++m_nAttributes > kMaxAttributes || !skipAttribute())
+            m_bRefused = ++nAttributes > kMaxAttributes;
+            if (m_bRefused || !skipAttribute())
                 return false;
         }
     }
@@ -157,10 +157,10 @@ private:
         ++m_p;
         skipBlanks();
         if (*m_p == '"' || *m_p == '\'') {
-            const char* close = strchr(m_p + 1, *m_p);
-            if (close == nullptr)
+            const char quote = *m_p++;
+            if (!skipTo(quote))
                 return false;
-            m_p = close + 1;
+            ++m_p;
             return true;
         }
         while (*m_p != '\0' && !isBlank(*m_p) && *m_p != '/' && *m_p != '>') {
@@ -172,7 +172,7 @@ private:
     }
 
     const char* m_p;
-    int m_nAttributes = 0;
+    bool m_bRefused = false;
 };
 
 } // namespace
@@ -180,10 +180,7 @@ private:
 bool XmlDocument::LoadMem(const char* text, TiXmlEncoding encoding) try {
     Clear();
     ClearError();
-    const size_t size = text ? strnlen(text, kMaxText + 1) : 0;
-    if (text == nullptr || size > kMaxText ||
-        !isUtf8(reinterpret_cast<const unsigned char*>(text), size) ||
-        !MarkupWalk(text).withinLimits())
+    if (text == nullptr || !MarkupWalk(text).withinLimits())
         return false;
     Parse(text, nullptr, encoding);
     if (!Error())

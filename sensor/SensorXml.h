@@ -10,9 +10,9 @@ public:
     /// Nobody asks where in its text an element stood, so the parser need not count lines.
     XmlDocument() { SetTabSize(0); }
 
-    /// Parses a NUL-terminated text. Texts that TinyXML could not parse within the small stacks and
-    /// the time a camera has are refused: over 1 MiB, not UTF-8, more than 64 levels, more than 64
-    /// attributes on an element.
+    /// Parses a NUL-terminated text. Whatever TinyXML takes is taken, bytes that are no UTF-8
+    /// included. Refused is what it could not parse within the small stacks and the time a camera
+    /// has: more than 64 levels, more than 64 attributes on an element.
     /// @param text  null counts as a failure
     /// @return true when it was parsed; false otherwise, there is nothing in it then
     bool LoadMem(const char* text, TiXmlEncoding encoding);

@@ -1,6 +1,7 @@
 #include "SensorConfig.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -26,18 +27,16 @@ constexpr char kDiversityFolder[] = "/hd1/moduleConfig/sensorConfig/styleDiversi
 constexpr u32 kDefaultSchemeSum = 4;
 constexpr INT64 kMaxStyleFile = 1 << 24; // far more than a style is parsed from
 
-/// Clears all but the module id, which is set next: members that take no lock may be reading it,
-/// and the number of schemes.
+/// Zeroes all but the module id, which is set next: members that take no lock may be reading it, and
+/// the number of schemes.
 void clear(SysConfig& config) {
-    config.moduleConfig.szLabel[0] = '\0';
-    config.moduleConfig.szShortLabel[0] = '\0';
-    config.moduleConfig.szParameters[0] = '\0';
-    config.moduleConfig.szDetail[0] = '\0';
+    char* const bytes = reinterpret_cast<char*>(&config);
+    constexpr size_t kBehindId = sizeof config.moduleConfig.nModuleId;
+    constexpr size_t kSum = offsetof(SysConfig, nSchemeSum);
+    constexpr size_t kBehindSum = kSum + sizeof config.nSchemeSum;
+    memset(bytes + kBehindId, 0, kSum - kBehindId);
     storeWord(config.nSchemeSum, 0);
-    config.nUIFileSum = 0;
-    config.pUIFiles = nullptr;
-    config.szUIStyle = nullptr;
-    config.nDeviceType = 0;
+    memset(bytes + kBehindSum, 0, sizeof config - kBehindSum);
 }
 
 /// Copies a text, as much as fits with its terminator. @return false when it was cut

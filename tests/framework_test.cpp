@@ -1,5 +1,8 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,12 +51,34 @@ struct Framework : testing::Test {
 };
 
 /// @return true when every byte was taken
-bool replace(const char* path, const std::string& text) {
+bool replace(const char* path, const std::string& text, int pieces = 1) {
     DKFile file;
     file.open(path, kReplace);
-    const auto half = static_cast<unsigned int>(text.size() / 2);
-    const int first = file.write(text.data(), half);
-    return first + file.write(text.data() + half, half) == static_cast<int>(2 * half);
+    const int size = static_cast<int>(text.size()) / pieces;
+    int taken = 0;
+    for (int i = 0; i < pieces; ++i) {
+        taken += file.write(text.data() + i * size, static_cast<unsigned int>(size));
+    }
+    return taken == pieces * size;
+}
+
+std::string readBack(const char* path) {
+    DKFile file;
+    file.open(path, DKFile::modeRead);
+    std::string text(static_cast<std::size_t>(file.getLength()), '?');
+    return file.read(text.data(), static_cast<unsigned int>(text.size())), text;
+}
+
+/// What a process of its own makes of some work. @return its exit status, -1 when it was killed
+template <class Work>
+int inChild(const Work& work) {
+    int status = 0;
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(work());
+    }
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 TEST_F(Framework, AFileThatCouldNotBeOpenedHasNoEffect) {
@@ -71,28 +96,140 @@ TEST_F(Framework, AFileThatCouldNotBeOpenedHasNoEffect) {
     EXPECT_EQ(0, DKFile().open(nullptr, kReplace) + DKFile().open("/d/a", 0) + filesInD());
 }
 
-TEST_F(Framework, AFileIsReplacedWholeWhicheverOperationFails) {
+TEST_F(Framework, AFileIsReplacedWholeOrNotAtAllAndSaysSoWhicheverOperationFails) {
     const std::string before(10000, 'o'), after(10000, 'n');
-    for (const Kind kind : {Kind::Eio, Kind::Enospc, Kind::ShortWrite, Kind::Eintr, Kind::Death}) {
+    const std::pair<Kind, bool> kinds[] = {{Kind::Eio, false},       {Kind::Eio, true},
+                                           {Kind::Enospc, true},     {Kind::Eintr, true},
+                                           {Kind::ShortWrite, true}, {Kind::Death, false}};
+    for (int row = 0; row < 18; ++row) {
+        const auto [kind, fromThenOn] = kinds[row % 6];
+        const bool isNew = row < 6;
+        const int pieces = row < 12 ? 1 : 2;
         int status = 2; // 1: every byte was taken, 2: the fault was reached, 137: dead
         for (unsigned long n = 1; status > 1; ++n) {
-            put(before);
-            const pid_t child = fork();
-            if (child == 0) {
-                file_faults::failNth(n, kind, kind != Kind::Eio);
-                const int whole = replace("/d/a", after) ? 1 : 0;
-                _exit(whole + (file_faults::operations() >= n ? 2 : 0));
-            }
-            ASSERT_TRUE(waitpid(child, &status, 0) == child && WIFEXITED(status) && n < 99);
-            status = WEXITSTATUS(status);
+            fs::remove(root / "d/a");
+            isNew ? void() : put(before);
+            status = inChild([&] {
+                file_faults::failNth(n, kinds[row % 6].first, kinds[row % 6].second);
+                const int whole = replace("/d/a", after, pieces) ? 1 : 0;
+                return whole + (file_faults::operations() >= n ? 2 : 0);
+            });
+            ASSERT_LT(n, 99u);
             removeLeftovers("/d");
+            const bool whole = status == 1 || status == 3;
             const bool harmless = kind == Kind::ShortWrite || kind == Kind::Eintr || status < 2;
-            const bool prefix = status == 2 && after.find(get()) == 0;
-            EXPECT_TRUE(get() == after || (!harmless && (get() == before || prefix)))
-                << "kind " << int(kind) << " operation " << n;
-            EXPECT_EQ(1, filesInD());
+            const bool old = isNew ? !fs::exists(root / "d/a") : get() == before;
+            const bool first = pieces == 2 && get() == after.substr(5000);
+            EXPECT_TRUE(get() == after || (!whole && !harmless && (old || first)))
+                << "row " << row << " operation " << n << ": " << get().size();
+            EXPECT_EQ(fs::exists(root / "d/a") ? 1 : 0, filesInD());
         }
     }
+}
+
+TEST_F(Framework, WhatMayPassIsReadAllTheSameAndWhatCannotBeSeenIsThere) {
+    fs::create_symlink("loop", root / "loop");
+    put("line\nmore\n");
+    for (const auto& [there, path] :
+         {std::pair(0, "/d/a"), {0, "/loop"}, {-1, "/b"}, {-1, "/d/a/b"}})
+        EXPECT_EQ(there, sy_access(path, F_OK)) << path;
+    EXPECT_EQ(-1, sy_access("/loop", R_OK));
+    for (const Kind kind : {Kind::Eio, Kind::Eintr}) {
+        for (unsigned long n = 1, last = n; n <= last; ++n, last = file_faults::operations()) {
+            file_faults::failNth(n, kind, false);
+            EXPECT_TRUE(sy_access("/d/a", R_OK) == 0 && sy_access("/b", F_OK) == -1) << n;
+            DKFile file;
+            EXPECT_NE(0, file.open("/d/a", DKFile::modeRead)) << n;
+            EXPECT_EQ("line", DKFile::ReadOneLine(file.getFileHandle())) << n;
+            EXPECT_EQ("line\nmore\n", readBack("/d/a")) << n;
+        }
+    }
+    file_faults::failNth(1, Kind::Eio, true);
+    EXPECT_TRUE(sy_access("/b", F_OK) == 0 && readBack("/d/a").empty());
+    file_faults::clear();
+}
+
+TEST_F(Framework, FilesNeedNoFreeDescriptorAndNeverTakeTheStandardOnes) {
+    DKLogger logger;
+    ASSERT_TRUE(replace("/d/a", "old") && logger.init("/d/log", 9999, 1));
+    const auto workWithoutDescriptors = [&] {
+        const rlimit few = {20, 20};
+        setrlimit(RLIMIT_NOFILE, &few);
+        while (dup(STDERR_FILENO) >= 0) {
+        }
+        for (int i = 0; i < 3; ++i) {
+            const std::string text(4000, static_cast<char>('0' + i));
+            DKFile other;
+            if (other.open("/d/a", DKFile::modeRead) == 0 || !replace("/d/a", text) ||
+                !logger.writeLog("", "x") || readBack("/d/a") != text) {
+                return 1 + i;
+            }
+        }
+        return sy_system("rm -rf /d/lo*", 5);
+    };
+    EXPECT_EQ(0, inChild(workWithoutDescriptors));
+    EXPECT_FALSE(fs::exists(root / "d/log"));
+    for (const int closed : {1, 2, 7}) {
+        const auto free = [=](int low) { return (closed >> low & 1) != 0; };
+        const auto work = [&] {
+            for (int low = 0; low < 3; ++low) {
+                free(low) ? close(low) : 0;
+            }
+            DKFile written, seen;
+            bool good = written.open("/d/a", kReplace) != 0 && written.write("new", 3) == 3;
+            good = logger.writeLog("", "y") && seen.open("/d/a", DKFile::modeRead) != 0 && good;
+            for (int low = 0; low < 3; ++low) {
+                good = good && (!free(low) || fcntl(low, F_GETFD) == -1);
+            }
+            return good ? 0 : 1;
+        };
+        EXPECT_EQ(0, inChild(work)) << closed;
+        EXPECT_EQ("new", get());
+    }
+}
+
+/// Every way out of the device root that a link can lay, for everything that changes files.
+TEST_F(Framework, NoLinkLeadsAWriteOrARemovalOutOfTheRootNorOneInTmpAnywhere) {
+    const fs::path outside = std::string(root) + " outside";
+    fs::create_directories(outside / "sensors");
+    for (const char* name : {"a", "sensor0", ".~a.1.1", "sensors/b"})
+        std::ofstream(outside / name) << "theirs";
+    fs::create_directory(root / "tmp");
+    put("ours");
+    for (const char* from : {"out", "d/config1"})
+        fs::create_directory_symlink(outside, root / from);
+    fs::create_symlink(outside / "a", root / "d/file");
+    fs::create_symlink(outside / "none", root / "d/new");
+    fs::create_symlink("../d/file", root / "tmp/chain");
+    fs::create_symlink("../d/a", root / "tmp/inside");
+    for (const char* path : {"/out/a", "/out/x", "/d/file", "/d/new", "/out/sensors/b"}) {
+        DKLogger logger;
+        EXPECT_FALSE(replace(path, "new") || (logger.init(path, 1, 3) && logger.writeLog("", "x")))
+            << path;
+    }
+    for (const char* path : {"/tmp/chain", "/tmp/inside"})
+        EXPECT_TRUE(replace(path, "new") && !fs::is_symlink(root.string() + path) &&
+                    get() == "ours");
+    fs::create_directories(root / "d/config2/sensor.d/deep");
+    fs::create_symlink(outside, root / "d/config2/sensor.d/deep/link");
+    fs::create_symlink(outside / "a", root / "d/config2/sensor1");
+    std::ofstream(root / "d/config2/.sensor");
+    removeLeftovers("/out");
+    const pid_t none = waitpid(-1, nullptr, WNOHANG);
+    rusage before{}, after{};
+    getrusage(RUSAGE_CHILDREN, &before);
+    EXPECT_EQ(0, sy_system("rm -rf /d/config*/sensor*", 30));
+    getrusage(RUSAGE_CHILDREN, &after);
+    EXPECT_TRUE(none == -1 && before.ru_minflt == after.ru_minflt); // no process could outlive us
+    EXPECT_EQ(1, std::distance(fs::directory_iterator(root / "d/config2"), {}));
+    EXPECT_EQ(0, sy_system("rm -rf /no/config*/sensor*", 30) + sy_system("rm -rf /d/config2", 30));
+    EXPECT_FALSE(fs::exists(root / "d/config2"));
+    std::size_t size = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(outside))
+        size += entry.is_regular_file() ? entry.file_size() : 0;
+    EXPECT_EQ(4 * 6u, size);
+    EXPECT_TRUE(replaceHostFile(outside / "a", "mine") && fs::exists(outside / ".~a.1.1"));
+    fs::remove_all(outside);
 }
 
 TEST_F(Framework, AReplacedFileKeepsItsModeAndItsLinkAndAnEqualOneStaysUntouched) {
@@ -106,10 +243,24 @@ TEST_F(Framework, AReplacedFileKeepsItsModeAndItsLinkAndAnEqualOneStaysUntouched
     DKFile one, two; // at once, and someone tidies up
     EXPECT_TRUE(one.open("/d/a", kReplace) != 0 && two.open("/d/a", kReplace) != 0);
     removeLeftovers("/d");
-    EXPECT_TRUE(one.write("one", 3) == 3 && two.write("two", 3) == 3 && get() == "new!");
+    EXPECT_TRUE(get() == "new!" && two.write("two", 3) == 3 && get() == "two");
+    EXPECT_TRUE(one.write("one", 3) == 3 && one.write("+", 1) == 1 && one.getLength() == 4);
     two.close();
     one.close();
-    EXPECT_EQ("one", get());
+    file_faults::failNth(0, Kind::None, false);
+    EXPECT_TRUE(get() == "one+" && replace("/d/a", "two"));
+    const unsigned long all = file_faults::operations();
+    put("one+");
+    file_faults::failNth(all, Kind::Eio, false); // its folder does not reach the disk
+    EXPECT_TRUE(!replace("/d/a", "two") && get() == "two" && file_faults::operations() == all);
+    file_faults::clear();
+    for (const bool untouched : {false, true}) { // written again then, and from then on not
+        fs::remove(root / "same");
+        fs::create_hard_link(root / "d/a", root / "same");
+        EXPECT_TRUE(replace("/d/a", "two"));
+        EXPECT_EQ(untouched, fs::equivalent(root / "d/a", root / "same"));
+    }
+    EXPECT_TRUE(replace("/d/a", "") && get().empty() && filesInD() == 1);
 }
 
 TEST_F(Framework, ReadOneLineCutsLongLinesAndLineEnds) {
@@ -162,6 +313,13 @@ TEST_F(Framework, AShellCommandSeesTheDeviceRootAndEndsInTime) {
         EXPECT_EQ(status, sy_system(command, seconds)) << command;
     }
     EXPECT_TRUE(sy_access("/d/b", R_OK) == 0 && sy_access("/d/sensor0", F_OK) == -1);
+    const pid_t child = fork(); // that is killed while it waits for a command
+    if (child == 0) {
+        _exit(sy_system("exec sleep 30", 30));
+    }
+    usleep(100000);
+    EXPECT_EQ(0, kill(child, SIGKILL));
+    waitpid(child, nullptr, 0);
     close(ends[1]);
     pollfd ended = {ends[0], 0, 0};
     EXPECT_EQ(1, poll(&ended, 1, 1000));

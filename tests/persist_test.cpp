@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Camera.h"
+#include "CountingNew.h"
 #include "ImageAdjust.h"
 #include "LinuxFramework.h"
 #include "SensorConfig.h"
@@ -74,6 +75,22 @@ TEST_F(Persist, SingleKeysAreAppliedAgain) {
         "-1 != nPos   ~~~Assertion failed.\n"
         "restore key(4000) failed! make sure it is sensor ui key \n",
         output([&] { EXPECT_EQ(-1, controller->restore(4000)); }));
+}
+
+/// Where wide dynamic range is not shown, its handler applies 0. What the owner saved stays, and so
+/// do the factory values.
+TEST_F(Persist, ValuesThatAreNotShownNowAreKept) {
+    writeStyle({{34, 1}, {KEY_WDR_MODE, 1}});
+    video.frameRate = 50;
+    startInScheme(0);
+    controller->setKeyValToCache(0, KEY_WDR_MODE, 2, false);
+    EXPECT_EQ(0, controller->restore(KEY_WDR_MODE));
+    EXPECT_EQ(2u, stored(0, KEY_WDR_MODE));
+    for (const bool all : {false, true}) {
+        controller->switch_to(4, all);
+        EXPECT_EQ(0, controller->restore(KEY_WDR_MODE));
+        EXPECT_EQ(1u, stored(4, KEY_WDR_MODE)) << all;
+    }
 }
 
 TEST_F(Persist, AResetStartsAgainFromTheFactoryValues) {
@@ -183,6 +200,12 @@ TEST_F(Persist, LensCallsGoStraightToTheLayer) {
     std::string version = "before";
     EXPECT_TRUE(controller->getCameraVerInf(version));
     EXPECT_EQ(50u, version.size());
+    output([&] {
+        std::string none;
+        counting_new::failNth(1);
+        EXPECT_NO_THROW(EXPECT_FALSE(controller->getCameraVerInf(none)));
+        counting_new::failNth(0);
+    });
     simulated_ia::fail(2496, IA_ERR_FAILED);
     EXPECT_FALSE(controller->getCameraVerInf(version));
     EXPECT_EQ(50u, version.size());

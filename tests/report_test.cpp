@@ -19,15 +19,25 @@ class Reports : public Camera {};
 
 TEST_F(Reports, FollowTheSignFile) {
     const struct {
-        const char* sign;
+        std::string sign;
         int level;
         bool abort;
     } table[] = {
-        {"7\n1\n", 7, true},      {"\n0\n", 1, false},
-        {"", 1, false},           {"-1", -1, false},
-        {"6abc\r\n", 6, false},   {"x\ny\n", 0, false},
-        {"3\n-5", 3, true},       {"99999999999\n\n", 2147483647, false},
+        {"7\n1\n", 7, true},
+        {"\n0\n", 1, false},
+        {"", 1, false},
+        {"-1", -1, false},
+        {"6abc\r\n", 6, false},
+        {"x\ny\n", 0, false},
+        {"3\n-5", 3, true},
+        {"99999999999\n\n", 2147483647, false},
         {" 4\n 0x1\n", 4, false},
+        {"\r\n1\r\n", 1, true},
+        {" \n7", 0, true},
+        // Only the first kilobyte is read.
+        {"6" + std::string(1021, ' ') + "\n1" + std::string(5000, 'x'), 6, true},
+        {"6" + std::string(1022, ' ') + "\n1", 6, false},
+        {std::string(1023, ' ') + "42", 4, false},
     };
     for (const auto& row : table) {
         write(kSign, row.sign);

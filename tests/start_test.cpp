@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <string>
@@ -243,6 +245,36 @@ TEST_F(Start, SurvivesAnyFailingLayerCall) {
         for (u32 i = 0; i < 4; ++i)
             EXPECT_EQ(i < n ? old[i] ^ 1 : old[i], stored(0, keys[i]));
     }
+}
+
+/// A host takes its table of texts back once the controller is shut down.
+TEST_F(Start, TouchesNoTableOfTextsThatTheHostHasTakenBack) {
+    start();
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    void* const table =
+        mmap(nullptr, page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    g_stSysConf.pUIFiles = static_cast<UIFileEntry*>(table);
+    g_stSysConf.pUIFiles->pszCommonFile = strdup("text");
+    g_stSysConf.nUIFileSum = 1;
+    controller->uinit();
+    ASSERT_EQ(0, munmap(table, page));
+    controller->uinit();
+    start();
+    EXPECT_EQ("", controller->getUICommonFile(0));
+}
+
+/// Nothing of what a record held before is left in it, behind the texts and between the members.
+TEST_F(Start, TheConfigurationIsZeroedWhole) {
+    SysConfig records[2];
+    memset(&records[0], 0x5a, sizeof records[0]);
+    memset(&records[1], 0, sizeof records[1]);
+    for (SysConfig& record : records) {
+        module.setDetail("(max_scheme=2)");
+        initSysConf(module, &record);
+        EXPECT_EQ(2u, record.nSchemeSum);
+        uinitSysConf(&record);
+    }
+    EXPECT_EQ(0, memcmp(records, records + 1, sizeof records[0]));
 }
 
 TEST_F(Start, TheWideDynamicRangeFlagFollowsTheFrameRate) {

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <tinyxml.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 
 #include "Camera.h"
@@ -26,14 +29,40 @@ protected:
         EXPECT_EQ(merged, read("/tmp/merge_style.xml"));
         return merged;
     }
-    /// The text as TinyXML itself saves it.
-    std::string saved(const std::string& xml) {
+    /// The text as TinyXML itself saves it; empty when it finds an error. TinyXML steps over the end
+    /// of a text that ends within a character, so it gets one that ends in several zeros.
+    static std::string saved(const std::string& xml) {
         TiXmlDocument document;
-        document.Parse(xml.c_str(), nullptr, TIXML_ENCODING_UTF8);
-        document.SaveFile((root + "/tmp/saved.xml").c_str());
-        return read("/tmp/saved.xml");
+        document.Parse((xml + std::string(4, '\0')).c_str(), nullptr, TIXML_ENCODING_UTF8);
+        return document.Error() ? "" : print(document);
+    }
+    static std::string print(const TiXmlDocument& document) {
+        char* text = nullptr;
+        size_t size = 0;
+        FILE* stream = open_memstream(&text, &size);
+        EXPECT_TRUE(document.SaveFile(stream));
+        fclose(stream);
+        const std::string result(text, size);
+        free(text);
+        return result;
     }
 };
+
+/// One rule, the plain way.
+void applyByScan(TiXmlElement* root, const TiXmlElement& rule) {
+    const std::string op = rule.Value();
+    const char* key = rule.Attribute("tab_key");
+    TiXmlElement* tab = key ? root->FirstChildElement() : nullptr;
+    while (tab && !(tab->Attribute("key") && std::string(tab->Attribute("key")) == key))
+        tab = tab->NextSiblingElement();
+    const bool adds = op == "Modify" || op == "AddAfter";
+    if (tab == nullptr || (adds && rule.FirstChildElement() == nullptr))
+        return;
+    if (adds)
+        root->InsertAfterChild(tab, *rule.FirstChildElement());
+    if (op == "Modify" || op == "Delete")
+        root->RemoveChild(tab);
+}
 
 TEST_F(Style, IsMergedByTheRulesThatApply) {
     const std::string style =
@@ -76,12 +105,162 @@ TEST_F(Style, IsMergedByTheRulesThatApply) {
         output([&] { merge("<s/>", "<r f='1'><Delete tab_key='a'/></r>", "(f=1)"); }));
 }
 
+/// However many tabs share a key, and wherever rules put new ones.
+TEST_F(Style, IsMergedAsByAWalkForEveryRule) {
+    Random random(13);
+    const auto attribute = [&random](const char* name) {
+        const unsigned int key = random(5);
+        return key == 4 ? std::string() : std::string(name) + "='" + "abcd"[key] + "' ";
+    };
+    int tabs = 0;
+    const auto number = [&tabs] { return "n='" + std::to_string(++tabs) + "'/>"; };
+    for (int round = 0; round < 100; ++round) {
+        std::string style = "<s>";
+        for (unsigned int n = random(8); n > 0; --n)
+            style += random(4) == 0 ? "<!--c-->" : "<t " + attribute("key") + number();
+        std::string rules = "<r f='1'>";
+        for (unsigned int n = random(round % 10 == 0 ? 1000 : 30); n > 0; --n) {
+            const char* const ops[] = {"AddAfter", "AddAfter", "AddAfter", "Modify", "Delete", "x"};
+            const std::string op = ops[random(6)];
+            rules += "<" + op + " " + attribute("tab_key") + ">";
+            rules += random(10) == 0 ? "" : "<t " + attribute("key") + number();
+            rules += "</" + op + ">";
+        }
+        TiXmlDocument expected;
+        TiXmlDocument parsedRules;
+        expected.Parse((style += "</s>").c_str());
+        parsedRules.Parse((rules += "</r>").c_str());
+        for (const TiXmlElement* rule = parsedRules.RootElement()->FirstChildElement(); rule;
+             rule = rule->NextSiblingElement())
+            applyByScan(expected.RootElement(), *rule);
+        std::string merged;
+        output([&] { merged = merge(style, rules, "(f=1)"); });
+        ASSERT_EQ(print(expected), merged) << style << '\n' << rules;
+    }
+}
+
+#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+constexpr size_t kLargeText = 1 << 17; // their strstr looks at the whole text every time
+#else
+constexpr size_t kLargeText = 1 << 20;
+#endif
+
+/// A walk over the tabs for every rule would take minutes. The limit is for emulators.
+TEST_F(Style, AMegabyteOfRulesOnAMegabyteOfTabsIsMergedAtOnce) {
+    /// Repeats a piece of a text; # is a number of its own.
+    const auto fill = [](const std::string& piece, size_t size = kLargeText - 50) {
+        std::string text;
+        const size_t at = piece.find('#');
+        for (int n = 100000; text.size() + piece.size() + 5 < size; ++n)
+            text += at == std::string::npos ? piece
+                                            : std::string(piece).replace(at, 1, std::to_string(n));
+        return text;
+    };
+    const std::string half = fill("<t key='b'/>", kLargeText / 2 - 50);
+    const struct {
+        std::string tabs;
+        std::string rules;
+    } table[] = {
+        {fill("<t key='#'/>"), fill("<Delete tab_key='#'/>")},
+        {fill("<t/>") + "<t key='a'/>", fill("<AddAfter tab_key='a'><t key='#'/></AddAfter>")},
+        {fill("<t key='b'/>"), fill("<Modify tab_key='b'><t key='a'/></Modify>")},
+        {half + "<t key='a'/>" + half,
+         fill("<AddAfter tab_key='a'><t key='b'/></AddAfter><Delete tab_key='b'/>")},
+        {fill("<!---->") + "<t key='a'/>", fill("<Modify tab_key='a'><t key='a'/></Modify>")},
+    };
+    for (const auto& row : table) {
+        std::string merged;
+        const clock_t before = clock();
+        EXPECT_EQ("", output([&] {
+                      merged = merge("<s>" + row.tabs + "</s>", "<r f='1'>" + row.rules + "</r>",
+                                     "(f=1)");
+                  }));
+        EXPECT_LT(clock() - before, 20 * CLOCKS_PER_SEC) << row.rules.substr(0, 70);
+    }
+}
+
+/// Whatever bytes there are, and without a look behind the end of the text.
+TEST_F(Style, EveryTextThatTheParserTakesIsTaken) {
+    setDebugLevel(-1);
+    setshowWDRFalg(false);
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    char* const pages = static_cast<char*>(
+        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_EQ(0, mprotect(pages + page, page, PROT_NONE));
+    Random random(12);
+    const auto noise = [&random] {
+        std::string text;
+        for (unsigned int n = random(5); n > 0; --n)
+            text += "\xc1\xc3\xe0\xf0\xf4\xff\x80\xef\xbb\xbf'\"<>/-] &;#ab"[random(23)];
+        return text;
+    };
+    int taken = 0;
+    constexpr int kTexts = 10000;
+    for (int round = 0; round < kTexts; ++round) {
+        std::string text = "<s>";
+        for (unsigned int n = random(4); n > 0; --n) {
+            switch (random(6)) {
+                case 0:
+                    text += "<a b='" + noise() + "'/>";
+                    break;
+                case 1:
+                    text += "<a" + noise() + ">" + noise() + "</a>";
+                    break;
+                case 2:
+                    text += "<!--" + noise() + "-->";
+                    break;
+                case 3:
+                    text += "<![CDATA[" + noise() + "]]>";
+                    break;
+                case 4:
+                    text += "<?xml version='" + noise() + "'?>";
+                    break;
+                default:
+                    text += noise();
+                    break;
+            }
+        }
+        text += random(8) == 0 ? noise() : "</s>" + (random(8) == 0 ? noise() : "");
+        char* const copy = pages + page - text.size() - 1;
+        memcpy(copy, text.c_str(), text.size() + 1);
+        std::string result;
+        getDnaStyle(copy, result);
+        const std::string expected = saved(text);
+        ASSERT_EQ(expected, result) << text;
+        taken += !expected.empty();
+    }
+    EXPECT_GT(taken, kTexts / 10);
+    EXPECT_LT(taken, kTexts - kTexts / 10);
+    munmap(pages, 2 * page);
+}
+
+TEST_F(Style, MayGrowBeyondTheLimitInTheMerge) {
+    std::string style = "<s><c id='34' value='5'/>";
+    for (int i = 0; i < 60; ++i)
+        style += "<a>";
+    for (int i = 0; i < 8000; ++i)
+        style += "<b/>";
+    for (int i = 0; i < 60; ++i)
+        style += "</a>";
+    std::string merged = merge(style + "</s>", "<r/>", "");
+    EXPECT_LT(1u << 20, merged.size());
+    KeyVal values[SENSOR_KEYVAL_MAX];
+    u32 count = 0;
+    EXPECT_EQ("", output([&] { getFctData(merged.data(), values, &count); }));
+    EXPECT_EQ(1u, count);
+}
+
 TEST_F(Style, HostileTextsAreRefusedAndReported) {
     std::string deep;
     std::string fooled;
+    std::string swallowed;
+    std::string closing;
     for (int i = 0; i < 65; ++i) {
         deep.insert(0, "<a>").append("</a>");
+        closing += "</a>";
         fooled += "<a><!--</a>--><![CDATA[</a>]]><?xml version='</a>'?>";
+        // What a character takes along with it ends no value and no element.
+        swallowed += i % 2 != 0 ? "<a b='\xe0'/>'>" : "<a>\xe0</a>";
     }
     std::string attributes = "<s";
     for (int i = 0; i < 65; ++i)
@@ -95,10 +274,10 @@ TEST_F(Style, HostileTextsAreRefusedAndReported) {
         "<s a=1' b='>",
         "<s>\xc3",
         "\xe0\x80\x80",
-        "<s>\xed\xa0\x80</s>",
         "<s><t></s>",
         deep,
-        fooled,
+        fooled + closing,
+        swallowed + closing,
         attributes + "/>",
         "<s>" + std::string(1 << 20, ' ') + "</s>",
     };

@@ -10,6 +10,7 @@
 #include <memory>
 #include <new>
 
+#include "Descriptors.h"
 #include "FileCalls.h"
 #include "HostPath.h"
 #include "Replacement.h"
@@ -20,7 +21,7 @@ int openRegular(const char* hostPath) {
     const int fd = file_calls::open(hostPath, O_RDONLY);
     struct stat status {};
     if (fd >= 0 && (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {
-        close(fd);
+        file_calls::close(fd);
         return -1;
     }
     return fd;
@@ -31,11 +32,11 @@ std::size_t bounded(unsigned int count) {
     return std::min<unsigned int>(count, INT_MAX);
 }
 
-/// The next character, or EOF. An interruption is not the end of the file.
-int nextCharacter(FILE* stream) {
+/// The next character, or EOF. What may pass is not the end of the file.
+int nextCharacter(FILE* stream, file_calls::Patience& patience) {
     for (;;) {
         const int c = getc_unlocked(stream);
-        if (c != EOF || ferror(stream) == 0 || errno != EINTR) {
+        if (c != EOF || ferror(stream) == 0 || !patience.goesOn()) {
             return c;
         }
         clearerr(stream);
@@ -68,16 +69,15 @@ int DKFile::open(const char* path, unsigned char mode) try {
         m_nFd = openRegular(host.text);
     } else if (mode == (modeWrite | modeTruncate)) {
         auto replacement = std::make_unique<linux_framework::Replacement>();
-        m_nFd = replacement->begin(host.text);
-        m_pReplacement = m_nFd >= 0 ? replacement.release() : nullptr;
+        m_pReplacement = replacement->begin(host.text) ? replacement.release() : nullptr;
     }
-    return m_nFd >= 0 ? 1 : 0;
+    return m_nFd >= 0 || m_pReplacement != nullptr ? 1 : 0;
 } catch (const std::bad_alloc&) {
     return 0;
 }
 
 int DKFile::read(void* buffer, unsigned int count) {
-    if (m_nFd < 0 || m_pReplacement != nullptr || buffer == nullptr) {
+    if (m_nFd < 0 || buffer == nullptr) {
         return 0;
     }
     if (m_pStream != nullptr) {
@@ -86,26 +86,29 @@ int DKFile::read(void* buffer, unsigned int count) {
     return static_cast<int>(file_calls::readAll(m_nFd, buffer, bounded(count)));
 }
 
-int DKFile::write(const void* data, unsigned int count) {
-    if (m_pReplacement == nullptr || data == nullptr) {
-        return 0;
-    }
-    return static_cast<int>(file_calls::writeAll(m_nFd, data, bounded(count)));
+int DKFile::write(const void* data, unsigned int count) try {
+    return m_pReplacement == nullptr
+               ? 0
+               : static_cast<int>(m_pReplacement->append(data, bounded(count)));
+} catch (const std::bad_alloc&) {
+    return 0;
 }
 
 long long DKFile::getLength() const {
+    if (m_pReplacement != nullptr) {
+        return m_pReplacement->length();
+    }
     struct stat status {};
     return m_nFd >= 0 && fstat(m_nFd, &status) == 0 ? status.st_size : 0;
 }
 
 void DKFile::close() {
-    if (m_pReplacement != nullptr) {
-        m_pReplacement->finish();
-        delete m_pReplacement;
-    } else if (m_pStream != nullptr) {
+    delete m_pReplacement; // finishes it
+    if (m_pStream != nullptr) {
         fclose(m_pStream);
+        descriptors::refill();
     } else if (m_nFd >= 0) {
-        ::close(m_nFd);
+        file_calls::close(m_nFd);
     }
     m_nFd = -1;
     m_pStream = nullptr;
@@ -113,7 +116,7 @@ void DKFile::close() {
 }
 
 FILE* DKFile::getFileHandle() {
-    if (m_nFd >= 0 && m_pReplacement == nullptr && m_pStream == nullptr) {
+    if (m_nFd >= 0 && m_pStream == nullptr) {
         m_pStream = fdopen(m_nFd, "r");
     }
     return m_pStream;
@@ -130,8 +133,9 @@ std::string DKFile::ReadOneLine(FILE* stream) try {
         endStream(stream);
         return std::string();
     }
-    int c = nextCharacter(stream);
-    for (; c != EOF && c != '\n'; c = nextCharacter(stream)) {
+    file_calls::Patience patience;
+    int c = nextCharacter(stream, patience);
+    for (; c != EOF && c != '\n'; c = nextCharacter(stream, patience)) {
         if (length < kLongest) {
             line[length] = static_cast<char>(c);
         }

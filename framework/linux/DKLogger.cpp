@@ -15,6 +15,7 @@
 #include <string>
 
 #include "DKDeviceTime.h"
+#include "Descriptors.h"
 #include "HostPath.h"
 
 struct DKLogger::State {
@@ -28,10 +29,10 @@ namespace {
 std::mutex s_lock; // one entry at a time, in the whole process
 
 int openLog(const std::string& path, struct stat& status) {
-    const int fd =
-        open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0644);
+    const int fd = descriptors::open(
+        path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK, 0644);
     if (fd >= 0 && (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {
-        close(fd);
+        descriptors::close(fd);
         return -1;
     }
     return fd;
@@ -123,18 +124,22 @@ bool DKLogger::writeLog(char const* tag, char const* text) try {
     }
     const std::lock_guard<std::mutex> guard(s_lock);
     const std::string entry = makeEntry(tag, text);
+    std::string path; // found anew each time: the folder may be made, or become a link, at any time
+    if (!linux_framework::resolveForWriting(m_pState->path.c_str(), path)) {
+        return false;
+    }
     struct stat status {};
-    int fd = openLog(m_pState->path, status);
+    int fd = openLog(path, status);
     if (fd >= 0 && status.st_size > 0 && status.st_size >= static_cast<off_t>(m_pState->size)) {
-        rotate(m_pState->path, m_pState->files, fd);
-        close(fd);
-        fd = openLog(m_pState->path, status);
+        rotate(path, m_pState->files, fd);
+        descriptors::close(fd);
+        fd = openLog(path, status);
     }
     if (fd < 0) {
         return false;
     }
     const bool whole = append(fd, entry, status.st_size);
-    close(fd);
+    descriptors::close(fd);
     return whole;
 } catch (const std::bad_alloc&) {
     return false;

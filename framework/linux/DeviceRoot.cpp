@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
+#include "FileCalls.h"
 #include "HostPath.h"
 #include "SySystem.h"
 
@@ -76,13 +78,51 @@ bool hostPath(const char* path, char* buffer, unsigned long size) {
 }
 
 bool insideRoot(const char* resolved) {
-    return s_rootLength == 0 ||
-           (std::strncmp(resolved, s_root, s_rootLength) == 0 && resolved[s_rootLength] == '/');
+    return s_rootLength == 0 || (std::strncmp(resolved, s_root, s_rootLength) == 0 &&
+                                 (resolved[s_rootLength] == '/' || resolved[s_rootLength] == '\0'));
+}
+
+bool isShared(const char* resolved) {
+    char shared[PATH_MAX];
+    struct stat status {};
+    return (stat(resolved, &status) == 0 && (status.st_mode & S_IWOTH) != 0) ||
+           (realpath(HostPath("/tmp").text, shared) != nullptr &&
+            std::strcmp(resolved, shared) == 0);
+}
+
+bool resolveForWriting(const char* hostPath, std::string& target) {
+    std::string path = hostPath;
+    for (int links = 0; links < 8; ++links) {
+        const std::size_t name = path.rfind('/') + 1;
+        char folder[PATH_MAX];
+        if (name == 0 || name == path.size() || path.compare(name, path.npos, ".") == 0 ||
+            path.compare(name, path.npos, "..") == 0 ||
+            realpath(path.substr(0, name).c_str(), folder) == nullptr || !insideRoot(folder)) {
+            return false;
+        }
+        target = std::strcmp(folder, "/") == 0 ? "" : folder;
+        target += path.substr(name - 1);
+        char text[PATH_MAX];
+        const ssize_t length = readlink(target.c_str(), text, sizeof text);
+        if (length < 0 || isShared(folder)) {
+            return true;
+        }
+        path.assign(text, static_cast<std::size_t>(length));
+        if (path[0] != '/') {
+            path.insert(0, "/").insert(0, folder);
+        }
+    }
+    errno = ELOOP;
+    return false;
 }
 
 } // namespace linux_framework
 
 int sy_access(char const* path, int mode) {
     const linux_framework::HostPath host(path);
-    return host.valid ? access(host.text, mode) : -1;
+    if (!host.valid) {
+        return -1;
+    }
+    const int result = file_calls::access(host.text, mode);
+    return result == -1 && mode == F_OK && errno != ENOENT && errno != ENOTDIR ? 0 : result;
 }

@@ -1,6 +1,5 @@
 #include "Replacement.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
 #include <stdlib.h>
@@ -8,11 +7,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <set>
+#include <vector>
 
 #include "FileCalls.h"
 #include "HostPath.h"
@@ -44,16 +45,15 @@ bool isTemporary(const std::string& name) {
     return number != std::string::npos && number + 1 < end && name[number] == '.';
 }
 
-void removeLeftoversOnHost(const std::string& folder) {
-    DIR* directory = opendir(folder.c_str());
-    if (directory == nullptr) {
-        return;
-    }
-    while (const dirent* entry = readdir(directory)) {
-        if (!isTemporary(entry->d_name)) {
+/// @param prefix  what the temporaries' names begin with
+void removeLeftoversOnHost(const std::string& folder, const std::string& prefix) {
+    std::vector<std::string> names;
+    file_calls::list(folder.c_str(), O_NOFOLLOW, names);
+    for (const std::string& name : names) {
+        if (name.compare(0, prefix.size(), prefix) != 0 || !isTemporary(name)) {
             continue;
         }
-        const std::string path = folder + "/" + entry->d_name;
+        const std::string path = file_calls::joined(folder, name);
         const int fd = file_calls::open(path.c_str(), O_RDONLY | O_NOFOLLOW);
         if (fd < 0) {
             continue;
@@ -63,37 +63,25 @@ void removeLeftoversOnHost(const std::string& folder) {
             S_ISREG(status.st_mode)) {
             file_calls::unlink(path.c_str());
         }
-        close(fd);
+        file_calls::close(fd);
     }
-    closedir(directory);
 }
 
-void removeLeftoversOnce(const std::string& folder) {
+/// In a folder for everybody only the name's own: the others may be anybody's.
+void removeLeftoversOnce(const std::string& folder, const std::string& name) {
     static std::mutex lock;
     static std::set<std::string>& seen = *new std::set<std::string>;
+    std::string prefix = kTemporaryPrefix;
+    if (linux_framework::isShared(folder.c_str())) {
+        prefix += name + ".";
+    }
     {
         const std::lock_guard<std::mutex> guard(lock);
-        if (!seen.insert(folder).second) {
+        if (!seen.insert(folder + "/" + prefix).second) {
             return;
         }
     }
-    removeLeftoversOnHost(folder);
-}
-
-/// The file that a name stands for: what a symbolic link points to, or the name itself.
-/// @return false for a link that leads nowhere or out of the device root
-bool resolve(const char* hostPath, std::string& target) {
-    struct stat status {};
-    char resolved[PATH_MAX];
-    if (lstat(hostPath, &status) != 0 || !S_ISLNK(status.st_mode)) {
-        target = hostPath;
-        return true;
-    }
-    if (realpath(hostPath, resolved) == nullptr || !linux_framework::insideRoot(resolved)) {
-        return false;
-    }
-    target = resolved;
-    return true;
+    removeLeftoversOnHost(folder, prefix);
 }
 
 } // namespace
@@ -102,76 +90,117 @@ namespace linux_framework {
 
 void removeLeftovers(const char* folder) {
     const HostPath host(folder);
-    if (host.valid) {
-        removeLeftoversOnHost(host.text);
+    char resolved[PATH_MAX];
+    if (host.valid && realpath(host.text, resolved) != nullptr && insideRoot(resolved)) {
+        removeLeftoversOnHost(resolved, kTemporaryPrefix);
     }
 }
 
-int Replacement::begin(const char* hostPath) {
-    if (!resolve(hostPath, m_strTarget)) {
-        return -1;
+bool Replacement::begin(const char* hostPath) {
+    std::string target;
+    if (!resolveForWriting(hostPath, target)) {
+        return false;
     }
+    m_strFolder.assign(target, 0, std::max<std::size_t>(target.rfind('/'), 1));
+    m_strName.assign(target, target.rfind('/') + 1);
+    removeLeftoversOnce(m_strFolder, m_strName);
+    return beginTarget();
+}
+
+bool Replacement::beginOnHost(const char* hostPath) {
+    char real[PATH_MAX];
+    struct stat link {};
+    const bool exists = realpath(hostPath, real) != nullptr;
+    if (!exists && (errno != ENOENT || lstat(hostPath, &link) == 0)) {
+        return false; // also for a link to nothing
+    }
+    const std::string target = exists ? real : hostPath;
+    const std::string::size_type slash = target.rfind('/');
+    m_strFolder = slash == std::string::npos ? "." : target.substr(0, slash == 0 ? 1 : slash);
+    m_strName.assign(target, slash + 1); // npos + 1 is 0
+    return beginTarget();
+}
+
+bool Replacement::beginTarget() {
+    m_strTarget = file_calls::joined(m_strFolder, m_strName);
     struct stat old {};
-    const bool exists = stat(m_strTarget.c_str(), &old) == 0;
-    if (exists ? !S_ISREG(old.st_mode) || access(m_strTarget.c_str(), W_OK) != 0
-               : errno != ENOENT) {
-        return -1;
+    if (lstat(m_strTarget.c_str(), &old) != 0 && errno != ENOENT) {
+        return false;
     }
-    const std::string::size_type slash = m_strTarget.rfind('/');
-    const std::string folder =
-        slash == std::string::npos ? "." : m_strTarget.substr(0, slash == 0 ? 1 : slash);
-    const std::string name = m_strTarget.substr(slash == std::string::npos ? 0 : slash + 1);
-    if (name.empty()) {
-        return -1;
+    // A link that still stands here is to be replaced, not followed.
+    if (S_ISREG(old.st_mode)) {
+        m_nMode = old.st_mode & 07777U;
+        if (file_calls::access(m_strTarget.c_str(), W_OK) != 0) {
+            return false;
+        }
+    } else if (old.st_mode != 0 && !S_ISLNK(old.st_mode)) {
+        errno = EINVAL;
+        return false;
     }
-    removeLeftoversOnce(folder);
-    if (!createTemporary(folder, name, 0644)) {
-        return -1;
-    }
-    if (exists) {
-        fchmod(m_nFd, old.st_mode & 07777U); // some file systems keep no modes, and refuse
-    }
-    return m_nFd;
+    m_nFd = createTemporary();
+    return m_nFd >= 0;
 }
 
-bool Replacement::createTemporary(const std::string& folder, const std::string& name,
-                                  unsigned int mode) {
+/// @return its descriptor, or -1
+int Replacement::createTemporary() {
     static std::atomic<unsigned int> s_serial{0};
     // A name that is taken is a dead writer's, one that cannot be locked is just being removed.
     for (int attempt = 0; attempt < 100; ++attempt) {
         const unsigned int serial = s_serial.fetch_add(1, std::memory_order_relaxed);
         // Cut, so that the longest of names still fits NAME_MAX.
-        m_strTemporary = folder + "/" + kTemporaryPrefix + name.substr(0, 200) + "." +
+        m_strTemporary = m_strFolder + "/" + kTemporaryPrefix + m_strName.substr(0, 200) + "." +
                          std::to_string(getpid()) + "." + std::to_string(serial);
-        m_nFd = file_calls::open(m_strTemporary.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
-        if (m_nFd >= 0) {
-            if (lockForWriting(m_nFd)) {
-                return true;
+        const int fd = file_calls::open(m_strTemporary.c_str(), O_RDWR | O_CREAT | O_EXCL, 0644);
+        if (fd >= 0) {
+            if (lockForWriting(fd)) {
+                if (m_nMode != 0) {
+                    fchmod(fd, m_nMode); // some file systems keep no modes, and refuse
+                }
+                return fd;
             }
-            close(m_nFd);
-            m_nFd = -1;
+            file_calls::close(fd);
         } else if (errno != EEXIST) {
-            return false;
+            break;
         }
     }
-    return false;
+    m_strTemporary.clear(); // no file of ours
+    return -1;
+}
+
+/// Begins a new temporary with the content that is in place.
+bool Replacement::copyContent() {
+    const int fd = createTemporary();
+    if (fd < 0) {
+        return false;
+    }
+    char part[4096];
+    off_t at = 0;
+    const off_t end = length();
+    while (at < end) {
+        const std::size_t count = file_calls::readAllAt(m_nFd, part, sizeof part, at);
+        if (count == 0 || file_calls::writeAll(fd, part, count) != count) {
+            break;
+        }
+        at += static_cast<off_t>(count);
+    }
+    file_calls::close(m_nFd);
+    m_nFd = fd;
+    return at == end;
 }
 
 bool Replacement::targetHoldsTheSame() const {
-    struct stat written {};
     struct stat old {};
-    if (fstat(m_nFd, &written) != 0 || stat(m_strTarget.c_str(), &old) != 0 ||
-        !S_ISREG(old.st_mode) || old.st_size != written.st_size) {
+    if (lstat(m_strTarget.c_str(), &old) != 0 || !S_ISREG(old.st_mode) || old.st_size != length()) {
         return false;
     }
-    const int fd = file_calls::open(m_strTarget.c_str(), O_RDONLY);
+    const int fd = file_calls::open(m_strTarget.c_str(), O_RDONLY | O_NOFOLLOW);
     if (fd < 0) {
         return false;
     }
     char oldPart[4096];
     char newPart[sizeof oldPart];
     off_t at = 0;
-    while (at < written.st_size) {
+    while (at < old.st_size) {
         const std::size_t count = file_calls::readAllAt(m_nFd, newPart, sizeof newPart, at);
         if (count == 0 || file_calls::readAllAt(fd, oldPart, count, at) != count ||
             std::memcmp(oldPart, newPart, count) != 0) {
@@ -179,54 +208,82 @@ bool Replacement::targetHoldsTheSame() const {
         }
         at += static_cast<off_t>(count);
     }
-    close(fd);
-    return at == written.st_size;
+    file_calls::close(fd);
+    return at == old.st_size;
+}
+
+bool Replacement::putInPlace() {
+    // What holds the same already is safe, unless it was not when it was written.
+    static std::atomic<bool> s_unsure{false};
+    if (!s_unsure && targetHoldsTheSame()) {
+        return true;
+    }
+    // EINVAL: the file system has nothing to bring anywhere.
+    if (file_calls::fdatasync(m_nFd) != 0 && errno != EINVAL) {
+        return false;
+    }
+    // Opened while there is still a way back. A folder that may be written but not read is as safe
+    // as its file system makes it.
+    const int folder = file_calls::open(m_strFolder.c_str(), O_RDONLY | O_DIRECTORY);
+    if (folder < 0 && errno != EACCES) {
+        return false;
+    }
+    bool good = file_calls::rename(m_strTemporary.c_str(), m_strTarget.c_str()) == 0;
+    if (good) {
+        m_strTemporary.clear();
+        good = folder < 0 || file_calls::fsync(folder) == 0 || errno == EINVAL;
+        s_unsure = !good;
+    }
+    if (folder >= 0) {
+        file_calls::close(folder);
+    }
+    return good;
+}
+
+std::size_t Replacement::append(const void* data, std::size_t count) {
+    if (m_nFd < 0 || m_bFailed || (count == 0 && data != nullptr)) {
+        return 0;
+    }
+    m_bFailed = true; // unless all of what follows succeeds; it may also throw
+    if (data == nullptr || (m_strTemporary.empty() && !copyContent())) {
+        return 0;
+    }
+    const std::size_t written = file_calls::writeAll(m_nFd, data, count);
+    if (written < count || !putInPlace()) {
+        return written < count ? written : 0;
+    }
+    m_bFailed = false;
+    m_bInPlace = true;
+    return count;
+}
+
+off_t Replacement::length() const {
+    struct stat status {};
+    return m_nFd >= 0 && fstat(m_nFd, &status) == 0 ? status.st_size : 0;
 }
 
 bool Replacement::finish() {
-    // EINVAL: the file system has nothing to bring anywhere.
-    const bool same = targetHoldsTheSame();
-    if (same || (file_calls::fdatasync(m_nFd) != 0 && errno != EINVAL) ||
-        file_calls::rename(m_strTemporary.c_str(), m_strTarget.c_str()) != 0) {
-        abandon();
-        return same;
-    }
-    const std::string::size_type slash = m_strTarget.rfind('/');
-    if (slash != std::string::npos) {
-        m_strTarget.resize(slash + 1);
-    } else {
-        m_strTarget = ".";
-    }
-    const int fd = file_calls::open(m_strTarget.c_str(), O_RDONLY);
-    if (fd >= 0) {
-        file_calls::fsync(fd);
-        close(fd);
-    }
-    close(m_nFd);
-    m_nFd = -1;
-    return true;
-}
-
-void Replacement::abandon() {
+    const bool good = m_nFd >= 0 && !m_bFailed && (m_bInPlace || putInPlace());
     const int error = errno;
-    file_calls::unlink(m_strTemporary.c_str());
-    close(m_nFd);
-    m_nFd = -1;
+    if (!m_strTemporary.empty()) {
+        file_calls::unlink(m_strTemporary.c_str());
+        m_strTemporary.clear();
+    }
+    if (m_nFd >= 0) {
+        file_calls::close(m_nFd);
+        m_nFd = -1;
+    }
     errno = error;
+    return good;
 }
 
 bool replaceHostFile(const std::string& path, const std::string& text) {
-    char real[PATH_MAX];
     Replacement replacement;
-    const int fd = replacement.begin(realpath(path.c_str(), real) != nullptr ? real : path.c_str());
-    if (fd < 0) {
+    if (!replacement.beginOnHost(path.c_str())) {
         return false;
     }
-    if (file_calls::writeAll(fd, text.data(), text.size()) != text.size()) {
-        replacement.abandon();
-        return false;
-    }
-    return replacement.finish();
+    return (text.empty() || replacement.append(text.data(), text.size()) == text.size()) &&
+           replacement.finish();
 }
 
 } // namespace linux_framework

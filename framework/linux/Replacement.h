@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <string>
 
 namespace linux_framework {
@@ -7,30 +10,53 @@ namespace linux_framework {
 /// The new content of a file while it is written: a temporary file beside the target, put in the
 /// target's place as a whole. A process that dies on the way leaves the target as it was, and the
 /// temporary to removeLeftovers().
+///
+/// One append is one replacement: when it returns its bytes, all that was written is in place and
+/// on the disk. What failed changes nothing, and is the last that this object does.
 class Replacement {
 public:
-    /// @param hostPath  where the target is, or will be, on this machine
-    /// @return the descriptor to write to, owned by this object; -1 when the target may not be
-    /// written
-    ///         or is no regular file
-    int begin(const char* hostPath);
+    Replacement() = default;
+    ~Replacement() { finish(); }
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
 
-    /// Puts the written content in place. A target that holds the same content already is left
-    /// alone: flash wears. When the content cannot be brought to the disk, the target stays as it
-    /// was.
-    /// @return true when the target holds what was written
+    /// Begins to replace a file of the device, where resolveForWriting() finds it, and removes what
+    /// dead writers left in its folder.
+    /// @param hostPath  where the file is, or will be, on this machine
+    /// @return false when it may not be written or is no regular file
+    bool begin(const char* hostPath);
+
+    /// The same for any file of this machine, among files that are none of ours.
+    bool beginOnHost(const char* hostPath);
+
+    /// Adds to the content and puts it in place. A target that holds the same already is left
+    /// alone: flash wears.
+    /// @return count; fewer bytes, errno set, when the content is not in place, or when nobody can
+    ///         say whether it will outlast a power cut
+    std::size_t append(const void* data, std::size_t count);
+
+    /// @return the bytes of the content so far
+    off_t length() const;
+
+    /// Ends the use. Content that nothing was added to is put in place now: an empty file.
+    /// @return true when the target holds the content
     bool finish();
 
-    /// Gives up what was written; the target stays as it was.
-    void abandon();
-
 private:
-    bool createTemporary(const std::string& folder, const std::string& name, unsigned int mode);
+    bool beginTarget();
+    int createTemporary();
+    bool copyContent();
     bool targetHoldsTheSame() const;
+    bool putInPlace();
 
     int m_nFd = -1;
-    std::string m_strTarget;
-    std::string m_strTemporary;
+    bool m_bInPlace = false;
+    bool m_bFailed = false;
+    mode_t m_nMode = 0;      // of the old file; 0: there is none
+    std::string m_strTarget; // folder, "/", name
+    std::string m_strFolder;
+    std::string m_strName;
+    std::string m_strTemporary; // empty: its file has become the target
 };
 
 } // namespace linux_framework

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -17,6 +17,7 @@
 #include <string>
 
 #include "LinuxFramework.h"
+#include "Removal.h"
 
 namespace {
 
@@ -78,42 +79,58 @@ std::string underRoot(const char* command, const std::string& root) {
     return result;
 }
 
+/// The part of startShell in the child: only what is allowed between fork and exec.
+[[noreturn]] void becomeShell(char* const* arguments, pid_t parent, const sigset_t& none) {
+    // A command must not go on when the process that wanted it is dead.
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != parent) {
+        _exit(127);
+    }
+    setpgid(0, 0);
+    // What the host handles, ignores or blocks for itself is no business of the command.
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGCHLD}) {
+        ::signal(signal, SIG_DFL);
+    }
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    const int nothing = open("/dev/null", O_RDWR);
+    if (nothing >= 0) {
+        dup2(nothing, STDIN_FILENO);
+        // Those that the host has closed would otherwise go to the first files of the command.
+        for (const int out : {STDOUT_FILENO, STDERR_FILENO}) {
+            if (fcntl(out, F_GETFD) == -1) {
+                dup2(nothing, out);
+            }
+        }
+        if (nothing > STDERR_FILENO) {
+            close(nothing);
+        }
+        execv("/bin/sh", arguments);
+    }
+    _exit(127);
+}
+
 /// Starts the shell in a process group of its own.
 /// @return its process id, or -1
 pid_t startShell(const char* command) {
-    posix_spawn_file_actions_t actions;
-    posix_spawnattr_t attributes;
-    if (posix_spawn_file_actions_init(&actions) != 0) {
-        return -1;
-    }
-    if (posix_spawnattr_init(&attributes) != 0) {
-        posix_spawn_file_actions_destroy(&actions);
-        return -1;
-    }
-    // What the host blocks or ignores for itself is no business of the command.
-    sigset_t none;
-    sigset_t usual;
-    sigemptyset(&none);
-    sigemptyset(&usual);
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGCHLD}) {
-        sigaddset(&usual, signal);
-    }
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &usual);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setflags(
-        &attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     char shell[] = "sh";
     char option[] = "-c";
     std::string text = command;
     char* const arguments[] = {shell, option, text.data(), nullptr};
-    pid_t child = -1;
-    if (posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0) != 0 ||
-        posix_spawn(&child, "/bin/sh", &actions, &attributes, arguments, environ) != 0) {
-        child = -1;
+    // No handler of the host's may run in the child.
+    sigset_t all;
+    sigset_t none;
+    sigset_t before;
+    sigfillset(&all);
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child == 0) {
+        becomeShell(arguments, parent, none);
     }
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (child > 0) {
+        setpgid(child, child); // whoever of the two comes first
+    }
     return child;
 }
 
@@ -164,6 +181,10 @@ int sy_system(char const* command, int seconds) try {
     }
     const SteadyTime deadline =
         std::chrono::steady_clock::now() + std::chrono::seconds(std::max(seconds, 1));
+    std::string pattern;
+    if (linux_framework::isPlainRemoval(command, pattern)) {
+        return linux_framework::removeMatching(pattern, deadline);
+    }
     const pid_t shell = startShell(root.empty() ? command : underRoot(command, root).c_str());
     if (shell < 0) {
         return -1;
