@@ -1,5 +1,6 @@
 #include "SimulatedImageAdjust.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <ctime>
@@ -115,6 +116,43 @@ void setLight(unsigned int level) {
     Device& d = device();
     const Guard guard(d.lock);
     d.sensor.setLight(level);
+}
+
+void setFog(unsigned int level) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    d.sensor.world.fog = static_cast<int>(std::min(level, 100U));
+}
+
+void setLamp(unsigned int level) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    d.sensor.world.lamp = static_cast<int>(std::min(level, 100U));
+}
+
+void setShake(unsigned int level) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    d.sensor.world.shake = static_cast<int>(std::min(level, 100U));
+}
+
+World world() {
+    Device& d = device();
+    const Guard guard(d.lock);
+    return d.sensor.world;
+}
+
+SensorState sensorState(const Assumptions& assumptions) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    if (assumptions.empty()) {
+        return d.sensor.state();
+    }
+    SimulatedSensor other = d.sensor;
+    for (const auto& assumption : assumptions) {
+        other.assume(assumption.first, assumption.second);
+    }
+    return other.state();
 }
 
 bool lampOn() {

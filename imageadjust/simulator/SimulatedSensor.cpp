@@ -39,6 +39,7 @@ void SimulatedSensor::reset() {
     restrictions.clear();
     faults.clear();
     lie = Lie();
+    world = World();
     for (int row = 0; row < COMMAND_COUNT; ++row) {
         m_values[row] = commandRow(row).defaultValue;
     }
@@ -172,8 +173,27 @@ bool SimulatedSensor::night() {
 }
 
 void SimulatedSensor::setLight(unsigned int level) {
+    world.light = static_cast<int>(std::min(level, 100U));
     m_dayNight.setLight(level);
     night();
+}
+
+void SimulatedSensor::assume(unsigned int cmd, int newValue) {
+    const int row = findCommand(cmd);
+    if (row >= 0) {
+        m_values[row] = std::clamp(newValue, commandRow(row).min, commandRow(row).max);
+        takeEffect(cmd, m_values[row]);
+    }
+}
+
+SensorState SimulatedSensor::state() {
+    SensorState state = {};
+    for (int row = 0; row < COMMAND_COUNT; ++row) {
+        state.values[row] = current(row);
+    }
+    state.night = night();
+    state.world = world;
+    return state;
 }
 
 bool SimulatedSensor::lampOn() {

@@ -7,6 +7,7 @@
 #include "LensModel.h"
 #include "Restrictions.h"
 #include "SimulatedImageAdjust.h"
+#include "SimulatedWorld.h"
 
 namespace simulated_ia {
 
@@ -28,10 +29,15 @@ public:
     void setLight(unsigned int level);
     bool lampOn();
 
+    /// Takes a value without a call, brought into its range; for a copy that tries things out.
+    void assume(unsigned int cmd, int value);
+    SensorState state();
+
     // What scripts the sensor; a call only reads these, but for the faults' countdown.
     Restrictions restrictions;
     FaultPlan faults;
     Lie lie;
+    World world; // its light is set by setLight
     long long (*microseconds)();
     int (*minutesOfDay)();
 
