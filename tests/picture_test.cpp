@@ -20,12 +20,13 @@ namespace {
 using namespace simulated_ia;
 using image_adjust::PictureSource;
 
-// Slow builds look at smaller pictures.
+// Slow builds look at the ends of each range only, in every other scene.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__arm__)
-constexpr int width = 160;
+constexpr bool slow = true;
 #else
-constexpr int width = 256;
+constexpr bool slow = false;
 #endif
+constexpr int width = 256;
 constexpr int height = width * 9 / 16;
 
 size_t at(int x, int y) {
@@ -271,9 +272,13 @@ TEST(Picture, EveryParameterDoesWhatItIsCalledAlongItsWholeRangeInFiveScenes) {
         for (int i = 0; values.empty() || (property.values.empty() && i <= steps); ++i) {
             values.push_back(range.min + (range.max - range.min) * i / steps);
         }
+        if (slow && property.measure) {
+            values = {values.front(), values.back()};
+        }
         double most = 0;
         for (const auto& scene : scenes) {
-            if (property.scenes == Property::BRIGHT && scene.world.light < 30) {
+            if ((property.scenes == Property::BRIGHT && scene.world.light < 30) ||
+                (slow && (&scene - scenes) % 2 != 0)) {
                 continue;
             }
             SCOPED_TRACE(std::string(range.name) + ", " + scene.name);
