@@ -76,7 +76,7 @@ int main() {
         const double time = median([&](int i) {
             if (one.zooming)
                 settings.set(1568, 16384 + i * 200);
-            renderer.draw(settings, one.world, i * 100);
+            renderer.draw(settings, one.world, 100LL * i);
         });
         row("9", one.what, text(time), "", "<= " + text(kGoal), time <= kGoal);
     }
