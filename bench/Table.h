@@ -2,6 +2,9 @@
 
 #include <string>
 
+/// What the columns hold.
+void heading();
+
 /// One line of the result: what was measured, beside what the same would cost at least.
 /// @param ratio  measured by floor, compared with the goal
 void ratioRow(const char* number, const char* what, double measured, double floor, double goal,

@@ -55,6 +55,7 @@ void writeFile(const std::string& path, const std::string& text) {
 
 std::unique_ptr<ISensorController> startCamera(const std::string& detail) {
     simulated_ia::reset();
+    image_adjust::setLayer(simulated_ia::layer());
     for (const unsigned int cmd : {16U, 49U, 50U, 2305U})
         simulated_ia::limit(cmd, 1, {0, 1, 3, 4});
     ModuleConfigure module;

@@ -7,12 +7,19 @@
 
 class ModuleConfigure;
 
-/// The kinds of camera, as the machine information numbers them.
+/// The kinds of camera, as the machine information numbers them: symbol, number, name for people.
+// clang-format off
+#define SENSOR_DEVICE_TYPES(TYPE) \
+    TYPE(CAMERA, 1, "camera")         /* fixed */ \
+    TYPE(DOME, 4, "dome")             /* pans, tilts and zooms; has a style of its own */ \
+    TYPE(LPR, 8, "plate recognition") /* may switch parameter sets by day and night */ \
+    TYPE(FISHEYE, 9, "fisheye")       /* panoramic */
+// clang-format on
+
 enum {
-    DEVICE_TYPE_CAMERA = 1, ///< fixed camera
-    DEVICE_TYPE_DOME = 4,   ///< pan-tilt-zoom dome, with a style of its own
-    DEVICE_TYPE_LPR = 8,    ///< plate recognition, may switch parameter sets by day and night
-    DEVICE_TYPE_FISHEYE = 9 ///< panoramic camera
+#define TYPE(symbol, number, name) DEVICE_TYPE_##symbol = (number),
+    SENSOR_DEVICE_TYPES(TYPE)
+#undef TYPE
 };
 
 /// The copy of the host's module configuration. All texts are NUL-terminated.

@@ -17,8 +17,8 @@ constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 // The values and commands that a step of the lens needs.
 constexpr int kManualFocus = 1;
 constexpr int kManualIris = 3;
-constexpr u32 kIrisUpCmd = 83;
-constexpr u32 kIrisDownCmd = 84;
+constexpr u32 kIrisUpCmd = commandOfKey(KEY_IRIS_UP);
+constexpr u32 kIrisDownCmd = commandOfKey(KEY_IRIS_DOWN);
 
 /// Raw motor positions of the optical ratios 1, 2, ... 16 of the camera's zoom lens.
 constexpr u32 kZoomPositions[] = {16384, 24576, 27264, 28672, 29056, 29440, 29728, 30016,

@@ -33,6 +33,7 @@ Camera::Camera() {
     linux_framework::setDeviceRoot(root);
     linux_framework::setClock(3, 0, 0, 1000);
     simulated_ia::reset();
+    image_adjust::setLayer(simulated_ia::layer());
     simulated_ia::observe([this](const simulated_ia::Call& call) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_calls.push_back(call);

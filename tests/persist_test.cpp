@@ -10,6 +10,7 @@
 #include "ImageAdjust.h"
 #include "LinuxFramework.h"
 #include "SensorConfig.h"
+#include "SensorKeyTable.h"
 
 namespace {
 
@@ -111,7 +112,7 @@ TEST_F(Persist, AResetStartsAgainFromTheFactoryValues) {
     int mode = 0;
     controller->getParamMode(mode);
     EXPECT_EQ(1, mode);
-    EXPECT_EQ(87, g_nKeyCmdNum);
+    EXPECT_EQ(std::size(SENSOR_KEY_TABLE), static_cast<size_t>(g_nKeyCmdNum));
 }
 
 TEST_F(Persist, QueriesAreAnsweredInTheirOrder) {

@@ -5,14 +5,17 @@
 
 #include <algorithm>
 #include <climits>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
-#include <map>
+#include <mutex>
 #include <sstream>
 #include <thread>
 
+#include "CallTrace.h"
 #include "CommandTable.h"
 #include "ImageAdjust.h"
+#include "SensorKeys.h"
 
 namespace {
 
@@ -26,6 +29,7 @@ struct Simulator : testing::Test {
     ~Simulator() override { restart(nullptr, nullptr); }
     static void restart(long long (*time)(), int (*minutes)()) {
         simulated_ia::reset();
+        image_adjust::setLayer(simulated_ia::layer());
         simulated_ia::setTimeSource(time);
         simulated_ia::setTimeOfDaySource(minutes);
     }
@@ -50,7 +54,7 @@ void play(const std::string& script) {
     char* trace = nullptr;
     size_t size = 0;
     FILE* file = open_memstream(&trace, &size);
-    simulated_ia::traceTo(file);
+    image_adjust::traceTo(file);
     std::istringstream lines(script);
     for (std::string line; std::getline(lines >> std::ws, line, ';');) {
         unsigned number = 0, opt = 0;
@@ -66,7 +70,7 @@ void play(const std::string& script) {
             EXPECT_EQ(line + '\n', trace + before);
         }
     }
-    simulated_ia::traceTo(nullptr);
+    image_adjust::traceTo(nullptr);
     std::fclose(file);
     std::free(trace);
 }
@@ -138,6 +142,63 @@ TEST_F(Simulator, LensTakesItsTimeAndFocusFollowsTheZoom) {
         "ia 1554 0 1 1 0; ms 99; ia 1648 1 - 3200000 0; ia 1539 0 1 1 0; ms 99; ia 1552 1 - 200 0");
 }
 
+TEST_F(Simulator, TellsWhatHappensToItAndWhatHoldsACommand) {
+    std::mutex lock;
+    std::condition_variable wake;
+    std::string told;
+    const auto layer = simulated_ia::layer();
+    layer->onEvent([&](const image_adjust::LayerEvent& event) {
+        const std::lock_guard<std::mutex> guard(lock);
+        told += "vgb"[static_cast<int>(event.kind)] + std::to_string(event.value) + ' ';
+        wake.notify_one();
+    });
+    int value = 60;
+    EXPECT_EQ(0, ia_ioctrl(34, IA_CMD_OPT_SET, &value));
+    EXPECT_TRUE(simulated_ia::changeFromOutside(34, 61));
+    EXPECT_FALSE(simulated_ia::changeFromOutside(34, 256));
+    EXPECT_EQ((Ints{61, 0}), call(34, IA_CMD_OPT_GET, {}, 1));
+    simulated_ia::unplug();
+    simulated_ia::unplug();
+    fakeTime += 2500000;
+    double since = 0;
+    EXPECT_EQ(image_adjust::DeviceState::Gone, layer->state(&since));
+    EXPECT_EQ(2.5, since);
+    EXPECT_EQ((Ints{7, IA_ERR_FAILED}), call(34, IA_CMD_OPT_GET, {7}, 1));
+    EXPECT_EQ("the sensor is unplugged", layer->about(34).lastFailure);
+    EXPECT_FALSE(simulated_ia::changeFromOutside(34, 61));
+    simulated_ia::plugIn();
+    EXPECT_EQ((Ints{128, 0}), call(34, IA_CMD_OPT_GET, {}, 1));
+    {
+        std::unique_lock<std::mutex> guard(lock);
+        wake.wait(guard, [&] { return told.size() >= 10; });
+        EXPECT_EQ("v61 g0 b0 ", told);
+    }
+    layer->onEvent(nullptr);
+    const struct {
+        int masters[2];
+        unsigned cmd;
+        const char* blocker;
+    } rows[] = {
+        {{160, 0}, 163, "the infrared lamp is off"},
+        {{160, 1}, 163, "the infrared lamp is automatic"},
+        {{161, 2}, 163, ""},
+        {{161, 2}, 162, "the infrared lamp is set by hand"},
+        {{16, 2}, 49, "the exposure mode takes the fixed shutter"},
+        {{16, 3}, 49, ""},
+        {{144, 3}, 145, "day and night do not follow the light"},
+        {{144, 3}, 152, ""},
+    };
+    for (const auto& row : rows) {
+        call(static_cast<unsigned>(row.masters[0]), IA_CMD_OPT_SET, {row.masters[1]}, 1);
+        const image_adjust::CommandState about = layer->about(row.cmd);
+        EXPECT_EQ(row.blocker, about.blocker);
+        EXPECT_EQ(about.blocker.empty(), !about.inactive);
+        EXPECT_EQ(row.blocker[0] != 0, about.blockerCommand != 0);
+    }
+    EXPECT_FALSE(layer->about(9).supported);
+    EXPECT_FALSE(layer->about(83).readable);
+}
+
 TEST_F(Simulator, ThreadsNeverTearARecord) {
     const auto write = [](int from) {
         for (int i = from; i < from + 500; ++i) {
@@ -164,7 +225,6 @@ TEST(DeviceTree, StylesFitTheCameraAndEveryLanguage) {
         const std::string folder = std::string("language/") + id;
         texts[id - '0'] = load(folder + "/language.xml") + load(folder + "/common.xml");
     }
-    const std::map<int, int> crossed = {{17, 83}, {18, 84}, {83, 85}, {2497, 2464}};
     for (const char* file : {"/Style.xml", "/Style_dome.xml", "Diversity/StyleDiversity.xml",
                              "Diversity/StyleDiversity_dome.xml"}) {
         const std::string style = load(std::string("style") + file);
@@ -181,10 +241,10 @@ TEST(DeviceTree, StylesFitTheCameraAndEveryLanguage) {
             SCOPED_TRACE(file + entry);
             if (name == "id") {
                 id = std::stoi(value);
-                const int cmd = crossed.count(id) != 0 ? crossed.at(id) : id;
+                const unsigned cmd = commandOfKey(static_cast<unsigned>(id));
                 range = {0, 59, 0, ""};
-                EXPECT_TRUE(id == 0 || id / 5 == 1600 ||
-                            simulated_ia::describe(static_cast<unsigned>(cmd), range));
+                EXPECT_TRUE(id == 0 || id / 5 == 1600 || simulated_ia::describe(cmd, range))
+                    << "include/SensorKeys.h has no such key, or the simulator not its command";
             } else if (name == "value" || name == "min" || name == "max" || name == "index") {
                 EXPECT_EQ(std::clamp(std::stoi(value), range.min, range.max), std::stoi(value));
             }

@@ -4,8 +4,6 @@
 #include <cstring>
 #include <thread>
 
-#include "SensorKeys.h"
-
 namespace compliance {
 namespace {
 
@@ -25,18 +23,8 @@ std::string textOf(const Words& words) {
 }
 
 Place placeOf(unsigned int cmd) {
-    if (cmd == KEY_DTN_THR || cmd == KEY_NTD_THR) {
-        return {KEY_DTN_THR, cmd - KEY_DTN_THR, sizeof(dn_thr_st) / sizeof(int)};
-    }
-    if (cmd >= KEY_DTN_H && cmd <= KEY_NTD_M) {
-        return {KEY_DTN_H, cmd - KEY_DTN_H, sizeof(dn_time_st) / sizeof(int)};
-    }
-    return {cmd, 0, 1};
-}
-
-bool isReadOnly(unsigned int cmd) {
-    return cmd == IA_CMD_DN_STATE || cmd == IA_CMD_AF_STATISTIC || cmd == IA_CMD_CAMERA_VERSION ||
-           cmd == IA_CMD_DYNAMIC_PARAMS_CMDS_GET;
+    const image_adjust::Record record = image_adjust::recordOf(cmd);
+    return {record.first, cmd - record.first, record.words};
 }
 
 int Layer::call(unsigned int opt, void* record, unsigned int bytes, unsigned int offset) {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Findings.h"
-#include "ImageAdjust.h"
+#include "ImageAdjustRecords.h"
 
 namespace compliance {
 
@@ -19,8 +19,7 @@ constexpr unsigned int wordBytes(std::size_t words) {
 /// "20,40"
 std::string textOf(const Words& words);
 
-/// Where a parameter stands among the words of its command. Commands that share a record have
-/// consecutive numbers, in the order of its fields.
+/// Where a parameter stands among the words of its command.
 struct Place {
     unsigned int first; ///< command of the record's first field
     unsigned int field; ///< the parameter's own
@@ -28,8 +27,7 @@ struct Place {
 };
 Place placeOf(unsigned int cmd);
 
-/// Whether the command tells something and cannot be set.
-bool isReadOnly(unsigned int cmd);
+using image_adjust::isReadOnly;
 
 /// One command of the layer. Every call stands in memory that is guarded behind the record; writing
 /// there, and a result above 0, go into the findings by themselves. Used by one thread.

@@ -11,6 +11,9 @@
 #include "ISensorController.h"
 #include "LinuxFramework.h"
 #include "ModuleConfigure.h"
+#ifdef COMPLIANCE_SIMULATOR
+#include "SimulatedImageAdjust.h"
+#endif
 
 namespace {
 
@@ -66,6 +69,9 @@ void print(const std::string& line) {
 }
 
 int runChecks(const char* wanted) {
+#ifdef COMPLIANCE_SIMULATOR
+    image_adjust::setLayer(simulated_ia::layer());
+#endif
     const KeyMap map;
     const std::vector<compliance::Command> commands = map.commands();
     const auto found = std::find_if(

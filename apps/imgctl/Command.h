@@ -3,20 +3,23 @@
 #include <string>
 #include <vector>
 
-namespace host {
+#include "host/Camera.h"
 
-class Camera;
+namespace imgctl {
 
 /// How a command ended; the number is the exit status, and the highest of a run counts.
 enum class Status { done = 0, failed = 1, usage = 2, rejected = 3 };
 
 /// One call of a command.
 struct Call {
-    Camera& camera;
+    host::Camera& camera;
     const char* name; ///< the command's
     std::vector<std::string>
         arguments; ///< as many as the synopsis has at most; optional ones may lack
     bool& quit;    ///< set to end the run
+
+    /// Asks the camera, as this program and its user.
+    host::Outcome perform(host::Operation operation) const;
 
     /// Prints "NAME TEXT" on standard output, at once. No control character passes, here and below.
     void answer(const std::string& text) const;
@@ -26,6 +29,9 @@ struct Call {
 
     /// Prints what is wrong on standard error. @return the status, for the caller to give back
     Status refuse(Status status, const std::string& what) const;
+
+    /// The same for an answer of the camera.
+    Status refuse(const host::Outcome& outcome) const;
 };
 
 /// A command of the host.
@@ -41,9 +47,9 @@ struct Command {
 const std::vector<Command>& commands();
 
 /// Runs one line. Blank lines and comments, which start with '#', do nothing.
-Status runLine(Camera& camera, const std::string& line, bool& quit);
+Status runLine(host::Camera& camera, const std::string& line, bool& quit);
 
 /// The commands, one a line with its help.
 std::string commandHelp();
 
-} // namespace host
+} // namespace imgctl

@@ -4,7 +4,7 @@
 
 /// The functions of the command table, by group. Each prints its answer or refusal and returns how
 /// it ended.
-namespace host {
+namespace imgctl {
 
 // Parameters
 Status runSet(const Call& call);
@@ -54,4 +54,4 @@ Status runLight(const Call& call);
 Status runLimit(const Call& call);
 Status runUnlimit(const Call& call);
 
-} // namespace host
+} // namespace imgctl

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "CommandFunctions.h"
 #include "Output.h"
-#include "Text.h"
+#include "host/Sentences.h"
+#include "host/Text.h"
 
-namespace host {
+namespace imgctl {
 namespace {
 
 Status runQuit(const Call& call) {
@@ -28,7 +30,7 @@ std::string unknownCommand(const std::string& name) {
     for (const Command& command : commands()) {
         names.emplace_back(command.name);
     }
-    return "no command " + quoted(name) + didYouMean(lowered(name), names) +
+    return "no command " + host::quoted(name) + host::didYouMean(host::lowered(name), names) +
            " ('help' lists the commands)";
 }
 
@@ -54,17 +56,28 @@ Status runHelp(const Call& call) {
 } // namespace
 
 void Call::answer(const std::string& text) const {
-    printLine(std::string(name) + " " + printable(text));
+    printLine(std::string(name) + " " + host::printable(text));
 }
 
 void Call::note(const std::string& what) const {
     startLine();
-    std::fprintf(stderr, "imgctl: %s: %s\n", name, printable(what).c_str());
+    std::fprintf(stderr, "imgctl: %s: %s\n", name, host::printable(what).c_str());
 }
 
 Status Call::refuse(Status status, const std::string& what) const {
     note(what);
     return status;
+}
+
+Status Call::refuse(const host::Outcome& outcome) const {
+    const std::string what = host::reasonText(outcome.refusal);
+    return refuse(Status::failed, what.empty() ? "it failed" : what);
+}
+
+host::Outcome Call::perform(host::Operation operation) const {
+    host::Origin origin;
+    origin.client = "imgctl";
+    return camera.perform(std::move(operation), std::move(origin));
 }
 
 const std::vector<Command>& commands() {
@@ -122,18 +135,18 @@ const std::vector<Command>& commands() {
 std::string commandHelp() {
     std::string text;
     for (const Command& command : commands()) {
-        text += helpLine(std::string(command.name) + " " + command.synopsis, command.help);
+        text += host::helpLine(std::string(command.name) + " " + command.synopsis, command.help);
     }
     return text;
 }
 
-Status runLine(Camera& camera, const std::string& line, bool& quit) {
-    const std::vector<std::string> parts = words(line, 2);
+Status runLine(host::Camera& camera, const std::string& line, bool& quit) {
+    const std::vector<std::string> parts = host::words(line, 2);
     if (parts.empty() || parts[0][0] == '#') {
         return Status::done;
     }
     if (line.find('\0') != std::string::npos) {
-        std::fprintf(stderr, "imgctl: %s holds a zero byte\n", quoted(line).c_str());
+        std::fprintf(stderr, "imgctl: %s holds a zero byte\n", host::quoted(line).c_str());
         return Status::usage;
     }
     const Command* command = findCommand(parts[0]);
@@ -141,13 +154,15 @@ Status runLine(Camera& camera, const std::string& line, bool& quit) {
         std::fprintf(stderr, "imgctl: %s\n", unknownCommand(parts[0]).c_str());
         return Status::usage;
     }
-    const std::vector<std::string> expected = words(command->synopsis, command->synopsis.size());
+    const std::vector<std::string> expected =
+        host::words(command->synopsis, command->synopsis.size());
     const auto needed = std::count_if(expected.begin(), expected.end(),
                                       [](const std::string& word) { return word[0] != '['; });
     const std::string rest = parts.size() > 1 ? parts[1] : std::string();
-    const Call call{camera, command->name, words(rest, expected.size()), quit};
+    const Call call{camera, command->name, host::words(rest, expected.size()), quit};
     if (call.arguments.size() > expected.size()) {
-        return call.refuse(Status::usage, quoted(rest) + " is too much; " + usageOf(*command));
+        return call.refuse(Status::usage,
+                           host::quoted(rest) + " is too much; " + usageOf(*command));
     }
     if (call.arguments.size() < static_cast<std::size_t>(needed)) {
         return call.refuse(Status::usage,
@@ -156,4 +171,4 @@ Status runLine(Camera& camera, const std::string& line, bool& quit) {
     return command->run(call);
 }
 
-} // namespace host
+} // namespace imgctl

@@ -1,77 +1,21 @@
 #include "CommandFunctions.h"
 
-#include <algorithm>
-#include <set>
+#include "host/Exchange.h"
+#include "host/Files.h"
+#include "host/Sentences.h"
 
-#include "Camera.h"
-#include "Exchange.h"
-#include "Files.h"
-#include "KeyNames.h"
-#include "Schemes.h"
-#include "Text.h"
-
-namespace host {
+namespace imgctl {
 namespace {
 
 constexpr std::size_t kLongestImport = 1UL << 20;
-
-/// Keeps the clock from switching schemes while several are worked on.
-class NoSwitching {
-public:
-    explicit NoSwitching(ISensorController& controller) : m_controller(controller) {
-        m_controller.getParamMode(m_mode);
-        m_controller.setParamMode(0);
-    }
-    ~NoSwitching() { m_controller.setParamMode(m_mode); }
-    NoSwitching(const NoSwitching&) = delete;
-    NoSwitching& operator=(const NoSwitching&) = delete;
-
-private:
-    ISensorController& m_controller;
-    int m_mode = 1;
-};
-
-std::size_t countChanges(ISensorController& controller,
-                         const std::vector<Assignment>& assignments) {
-    const auto changes =
-        std::count_if(assignments.begin(), assignments.end(), [&](const Assignment& wanted) {
-            u32 value = 0;
-            controller.getKeyValFromCache(wanted.scheme, wanted.pair.key, value);
-            return value != wanted.pair.value;
-        });
-    return static_cast<std::size_t>(changes);
-}
-
-/// Sets the values of the current scheme in the layer and of the others in memory. The current one
-/// comes first: it is the only one that can fail.
-int setValues(ISensorController& controller, u32 current,
-              const std::vector<Assignment>& assignments) {
-    std::vector<KeyVal> now;
-    for (const Assignment& assignment : assignments) {
-        if (assignment.scheme == current) {
-            now.push_back(assignment.pair);
-        }
-    }
-    const int result = controller.setParameters(now.data(), static_cast<u32>(now.size()), true);
-    if (result != 0) {
-        return result;
-    }
-    for (const Assignment& assignment : assignments) {
-        if (assignment.scheme != current) {
-            controller.setKeyValToCache(assignment.scheme, assignment.pair.key,
-                                        assignment.pair.value, false);
-        }
-    }
-    return 0;
-}
 
 } // namespace
 
 Status runExport(const Call& call) {
     std::size_t count = 0;
     std::string problem;
-    const std::string text = exportText(call.camera.controller(), count);
-    if (!replaceFile(call.arguments[0], text, problem)) {
+    const std::string text = host::exportText(*call.camera.snapshot(), count);
+    if (!host::replaceFile(call.arguments[0], text, problem)) {
         return call.refuse(Status::failed, problem);
     }
     call.answer(std::to_string(count));
@@ -79,45 +23,36 @@ Status runExport(const Call& call) {
 }
 
 Status runImport(const Call& call) {
-    std::string text;
+    host::Import import;
     std::string problem;
-    if (!readFile(call.arguments[0], kLongestImport, text, problem)) {
+    if (!host::readFile(call.arguments[0], kLongestImport, import.text, problem)) {
         return call.refuse(Status::failed, problem);
     }
-    std::vector<std::string> refusals;
-    const std::vector<Assignment> assignments = readText(text, refusals);
-    for (const std::string& refusal : refusals) {
-        call.refuse(Status::rejected, refusal);
+    const host::Outcome outcome = call.perform(import);
+    for (const std::string& line : outcome.lines) {
+        call.note(line);
     }
-    if (!refusals.empty()) {
+    if (!outcome.lines.empty()) {
         return call.refuse(Status::rejected, "nothing is changed");
     }
-    ISensorController& controller = call.camera.controller();
-    const NoSwitching guard(controller);
-    const auto current = static_cast<u32>(call.camera.scheme());
-    const std::size_t changes = countChanges(controller, assignments);
-    const int result = setValues(controller, current, assignments);
-    if (result != 0) {
-        const u32 key = 0u - static_cast<u32>(result);
-        return call.refuse(Status::rejected, "the layer refused " + keyName(key) +
-                                                 " of the current scheme; nothing is saved");
-    }
-    std::set<u32> schemes;
-    for (const Assignment& assignment : assignments) {
-        schemes.insert(assignment.scheme);
-    }
-    Status status = Status::done;
-    for (const u32 scheme : schemes) {
-        const bool saved = checkSaved(controller, scheme) == 0;
-        const int code = saved ? 0 : saveScheme(controller, scheme);
-        if (code != 0) {
-            status =
-                call.refuse(Status::rejected, "scheme " + std::to_string(scheme) +
-                                                  " is set but not saved: " + saveProblem(code));
+    for (const host::KeyOutcome& key : outcome.keys) {
+        if (key.result == host::KeyResult::Refused) {
+            return call.refuse(Status::rejected,
+                               host::sentence(*call.camera.snapshot(), key) +
+                                   " Nothing is saved; the values before it are in force.");
         }
     }
-    call.answer(std::to_string(assignments.size()) + " changed=" + std::to_string(changes));
+    Status status = Status::done;
+    for (const host::SchemeOutcome& scheme : outcome.schemes) {
+        if (!scheme.saved) {
+            status = call.refuse(Status::rejected, host::sentence(scheme) + "; it is set");
+        }
+    }
+    if (!outcome.done() && status == Status::done) {
+        return call.refuse(outcome);
+    }
+    call.answer(std::to_string(outcome.count) + " changed=" + std::to_string(outcome.changed));
     return status;
 }
 
-} // namespace host
+} // namespace imgctl

@@ -1,56 +1,74 @@
 #include "CommandFunctions.h"
-
-#include "Camera.h"
 #include "ImageAdjust.h"
-#include "Schemes.h"
-#include "SensorConfig.h"
-#include "Text.h"
+#include "SensorKeys.h"
+#include "host/Sentences.h"
+#include "host/Text.h"
 
-namespace host {
+namespace imgctl {
 namespace {
+
+using host::LensAction;
 
 struct Move {
     const char* name;
-    bool (ISensorController::*step)();
+    LensAction::Action action;
 };
 
 const Move kMoves[] = {
-    {"focus-far", &ISensorController::focusFar}, {"focus-near", &ISensorController::focusNear},
-    {"iris-up", &ISensorController::irisUp},     {"iris-down", &ISensorController::irisDown},
-    {"zoom-in", &ISensorController::zoomIn},     {"zoom-out", &ISensorController::zoomOut},
+    {"focus-far", LensAction::Action::FocusFar}, {"focus-near", LensAction::Action::FocusNear},
+    {"iris-up", LensAction::Action::IrisUp},     {"iris-down", LensAction::Action::IrisDown},
+    {"zoom-in", LensAction::Action::ZoomIn},     {"zoom-out", LensAction::Action::ZoomOut},
 };
 
 Status layerRefused(const Call& call) {
     return call.refuse(Status::failed, "the layer refused");
 }
 
-/// Sets something from the one number of a command, when it is given; the layer's command is the
-/// one whose range the value is in.
+/// "; it takes 0..255" for a key whose range is known, otherwise "".
+std::string allowedFor(const Call& call, u32 key) {
+    const host::Value* value = call.camera.snapshot()->value(key);
+    return value != nullptr && value->limits ? "; it takes " + value->limits->text() : "";
+}
+
+/// Carries an action out with the one number of a command, when it is given, and asks where the
+/// lens stands.
 /// @return false after a refusal, which is then in status
-bool setFrom(const Call& call, bool (ISensorController::*setter)(int), u32 command,
-             Status& status) {
-    if (call.arguments.empty()) {
-        return true;
+bool act(const Call& call, LensAction::Action action, u32 key, host::LensState& state,
+         Status& status) {
+    LensAction wanted;
+    if (!call.arguments.empty()) {
+        wanted.action = action;
+        if (!host::readInt(call.arguments[0], wanted.value)) {
+            status = call.refuse(Status::usage, host::quoted(call.arguments[0]) + " is no number" +
+                                                    allowedFor(call, key));
+            return false;
+        }
     }
-    int value = 0;
-    if (!readInt(call.arguments[0], value)) {
-        status = call.refuse(Status::usage,
-                             quoted(call.arguments[0]) + " is no number" + allowedFor(command));
+    const host::Outcome outcome = call.perform(wanted);
+    if (!outcome.done()) {
+        status = call.refuse(Status::failed, host::quoted(call.arguments[0]) + " was refused: " +
+                                                 host::reasonText(outcome.refusal));
         return false;
     }
-    if (!(call.camera.controller().*setter)(value)) {
-        status = call.refuse(
-            Status::failed, "the layer refused " + quoted(call.arguments[0]) + allowedFor(command));
-        return false;
-    }
+    state = *outcome.lens;
     return true;
 }
 
+std::string orDash(const std::optional<int>& value) {
+    return value ? std::to_string(*value) : "-";
+}
+
 /// " moving=1" while the movement that a command started is under way.
-std::string moving(ISensorController& controller, int command) {
-    int status = 0;
-    return controller.getCmdExecStatus(command, status) != 0 ? " moving=" + std::to_string(status)
-                                                             : std::string();
+std::string moving(const std::optional<bool>& moves) {
+    return moves ? *moves ? " moving=1" : " moving=0" : "";
+}
+
+/// The device's own value of a key. @return false when it does not tell
+bool readDevice(const Call& call, u32 key, int& value) {
+    const host::Outcome outcome = call.perform(host::ReadKeys{{key}, true});
+    const auto found = outcome.values.find(key);
+    value = found == outcome.values.end() ? 0 : found->second;
+    return found != outcome.values.end();
 }
 
 } // namespace
@@ -67,98 +85,98 @@ Status runLens(const Call& call) {
     std::vector<std::string> names;
     for (const Move& move : kMoves) {
         if (call.arguments[0] == move.name) {
-            const bool done = (call.camera.controller().*move.step)();
-            call.answer(std::string(move.name) + (done ? " 1" : " 0"));
-            return done ? Status::done : layerRefused(call);
+            LensAction wanted;
+            wanted.action = move.action;
+            const host::Outcome outcome = call.perform(wanted);
+            call.answer(std::string(move.name) + (outcome.done() ? " 1" : " 0"));
+            return outcome.done() ? Status::done : call.refuse(outcome);
         }
         names.emplace_back(move.name);
     }
-    return call.refuse(Status::usage, "no movement " + quoted(call.arguments[0]) +
-                                          didYouMean(lowered(call.arguments[0]), names) +
-                                          " (allowed: " + lensSynopsis() + ")");
+    return call.refuse(Status::usage,
+                       "no movement " + host::quoted(call.arguments[0]) +
+                           host::didYouMean(host::lowered(call.arguments[0]), names) +
+                           " (allowed: " + lensSynopsis() + ")");
 }
 
 Status runZoom(const Call& call) {
-    ISensorController& controller = call.camera.controller();
+    host::LensState state;
     Status status = Status::done;
-    if (!setFrom(call, &ISensorController::setZoomValue, KEY_MZ_POSITION, status)) {
+    if (!act(call, LensAction::Action::ZoomTo, KEY_MZ_POSITION, state, status)) {
         return status;
     }
-    int position = 0;
-    int ratio = -1; // stays so beyond the last known position
-    if (controller.getZoomValue(position, ratio) == 0) {
+    if (!state.zoom) {
         return layerRefused(call);
     }
-    call.answer("position=" + std::to_string(position) + " ratio=" +
-                (ratio < 0 ? "-" : std::to_string(ratio)) + moving(controller, KEY_MZ_POSITION));
+    call.answer("position=" + std::to_string(*state.zoom) + " ratio=" + orDash(state.zoomRatio) +
+                moving(state.zoomMoves));
     return Status::done;
 }
 
 Status runFocus(const Call& call) {
-    ISensorController& controller = call.camera.controller();
+    host::LensState state;
     Status status = Status::done;
-    if (!setFrom(call, &ISensorController::setFocusValue, KEY_MF_POSITION, status)) {
+    if (!act(call, LensAction::Action::FocusTo, KEY_MF_POSITION, state, status)) {
         return status;
     }
-    int position = 0;
-    if (!controller.getFocusValue(position)) {
+    if (!state.focus) {
         return layerRefused(call);
     }
-    call.answer("position=" + std::to_string(position) + moving(controller, KEY_MF_POSITION));
+    call.answer("position=" + std::to_string(*state.focus) + moving(state.focusMoves));
     return Status::done;
 }
 
 Status runFocusMode(const Call& call) {
+    host::LensState state;
     Status status = Status::done;
-    int mode = 0;
-    if (!setFrom(call, &ISensorController::setFocusMode, KEY_AUTO_FOCUS_MODE, status)) {
+    if (!act(call, LensAction::Action::FocusMode, KEY_AUTO_FOCUS_MODE, state, status)) {
         return status;
     }
-    if (!call.camera.controller().getFocusMode(mode)) {
+    if (!state.focusMode) {
         return layerRefused(call);
     }
-    call.answer(std::to_string(mode));
+    call.answer(std::to_string(*state.focusMode));
     return Status::done;
 }
 
 Status runPtz(const Call& call) {
+    host::LensState state;
     Status status = Status::done;
-    if (!setFrom(call, &ISensorController::setPTZRunState, IA_CMD_PTZ_RUN_STATE, status)) {
-        return status;
+    if (act(call, LensAction::Action::PanTiltMoves, IA_CMD_PTZ_RUN_STATE, state, status)) {
+        call.answer(call.arguments[0]);
     }
-    call.answer(call.arguments[0]);
-    return Status::done;
+    return status;
 }
 
 Status runAf(const Call& call) {
-    unsigned int sharpness = 0;
-    if (!call.camera.controller().getAFStatistic(sharpness)) {
+    const host::Outcome outcome = call.perform(LensAction{});
+    if (!outcome.lens->sharpness) {
         return layerRefused(call);
     }
-    call.answer(std::to_string(sharpness));
+    call.answer(std::to_string(*outcome.lens->sharpness));
     return Status::done;
 }
 
 Status runWdr(const Call& call) {
-    ISensorController& controller = call.camera.controller();
     int value = 0;
     if (!call.arguments.empty()) {
-        if (!readIntWithin(call.arguments[0], 0, 1, value)) {
-            return call.refuse(Status::usage,
-                               quoted(call.arguments[0]) + " is not allowed; allowed: 0 or 1");
+        if (!host::readIntWithin(call.arguments[0], 0, 1, value)) {
+            return call.refuse(Status::usage, host::quoted(call.arguments[0]) +
+                                                  " is not allowed; allowed: 0 or 1");
         }
-        controller.setShowWDRFalg(value == 1);
+        call.perform(host::AllowWideDynamicRange{value == 1});
     }
-    if (!controller.getWDR(value)) {
+    if (!readDevice(call, KEY_WDR_MODE, value)) {
         return layerRefused(call);
     }
-    call.answer("mode=" + std::to_string(value) + " allowed=" + (getshowWDRFalg() ? "1" : "0"));
+    call.answer("mode=" + std::to_string(value) +
+                " allowed=" + (call.camera.snapshot()->wideDynamicRangeAllowed ? "1" : "0"));
     return Status::done;
 }
 
 Status runDayNight(const Call& call) {
     int night = 0;
-    if (!call.camera.controller().getDNMode(night)) {
+    if (!readDevice(call, IA_CMD_DN_STATE, night)) {
         return layerRefused(call);
     }
     call.answer(std::to_string(night));
@@ -166,21 +184,22 @@ Status runDayNight(const Call& call) {
 }
 
 Status runMirror(const Call& call) {
-    int mirror = 0;
-    if (call.camera.controller().getMirrorValue(mirror) == 0) {
+    const host::Outcome outcome = call.perform(host::ReadKeys{{KEY_MIRROR}});
+    const auto mirror = outcome.values.find(KEY_MIRROR);
+    if (mirror == outcome.values.end()) {
         return layerRefused(call);
     }
-    call.answer(std::to_string(mirror));
+    call.answer(std::to_string(mirror->second));
     return Status::done;
 }
 
 Status runVersion(const Call& call) {
-    std::string version;
-    if (!call.camera.controller().getCameraVerInf(version)) {
+    const std::string version = call.camera.snapshot()->layer.version;
+    if (version.empty()) {
         return layerRefused(call);
     }
     call.answer(version);
     return Status::done;
 }
 
-} // namespace host
+} // namespace imgctl

@@ -1,100 +1,57 @@
-#include "CommandFunctions.h"
-
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
 
-#include "Camera.h"
-#include "ImageAdjust.h"
-#include "KeyNames.h"
+#include "CommandFunctions.h"
 #include "Output.h"
-#include "Schemes.h"
-#include "SensorConfig.h"
-#include "Text.h"
+#include "Words.h"
+#include "host/Text.h"
 
-namespace host {
+namespace imgctl {
 namespace {
 
-/// One row of the listing; a text is empty where there is nothing to tell.
-struct KeyInfo {
-    keycmd row;
-    std::string handler;
-    std::string value;
-    std::string factory;
-    std::string range;
-    bool rangeKnown;
-    ia_dynamic_params_attr_st limits;
+/// One row of the listing.
+struct Row {
+    const host::Parameter& parameter;
+    const host::Value& value;
 };
-
-std::string signedText(u32 value) {
-    return std::to_string(static_cast<int>(value));
-}
 
 std::string orDash(const std::string& text) {
     return text.empty() ? "-" : text;
 }
 
-std::string orNull(const std::string& text) {
-    return text.empty() ? "null" : text;
+std::string number(const std::optional<int>& value, const char* otherwise) {
+    return value ? std::to_string(*value) : otherwise;
 }
 
-/// The value in the current scheme, else the one in the layer.
-std::string currentValue(ISensorController& controller, int scheme, const keycmd& row) {
-    u32 value = 0;
-    if (controller.getKeyValFromCache(static_cast<u32>(scheme), row.key, value) >= 0) {
-        return signedText(value);
-    }
-    std::int32_t record[128] = {}; // some commands carry a record
-    if (row.ia_cmd == 0 || controller.doIaCmd(row.ia_cmd, IA_CMD_OPT_GET, record) != 0) {
-        return "";
-    }
-    return std::to_string(record[0]);
-}
-
-std::vector<KeyInfo> keyInfos(Camera& camera) {
-    const std::vector<KeyVal> factory = factoryValues();
-    const int scheme = camera.scheme();
-    std::vector<KeyInfo> infos;
-    for (int i = 0; i < g_nKeyCmdNum; ++i) {
-        KeyInfo info{};
-        camera.controller().findFromKeyCmdMap(g_pKeyCmdMap, g_pKeyCmdMap[i].key, info.row);
-        const char* colon = std::strrchr(info.row.handler_name, ':');
-        info.handler = info.row.handler == nullptr || colon == nullptr ? "" : colon + 1;
-        info.value = currentValue(camera.controller(), scheme, info.row);
-        const u32* value = valueOf(factory, info.row.key);
-        info.factory = value == nullptr ? "" : signedText(*value);
-        info.rangeKnown = info.row.ia_cmd != 0 && rangeOf(info.row.ia_cmd, info.limits);
-        info.range = info.rangeKnown ? rangeText(info.limits) : "";
-        infos.push_back(info);
-    }
-    return infos;
-}
-
-std::string tableLine(const KeyInfo& info) {
+std::string tableLine(const Row& row) {
     char text[256];
+    const host::Parameter& parameter = row.parameter;
     std::snprintf(text, sizeof text, "%5d %-26s %7d %-13s %6s %8s  %s",
-                  static_cast<int>(info.row.key), info.row.name, static_cast<int>(info.row.ia_cmd),
-                  orDash(info.handler).c_str(), orDash(info.value).c_str(),
-                  orDash(info.factory).c_str(), orDash(info.range).c_str());
+                  static_cast<int>(parameter.key), parameter.name.c_str(),
+                  static_cast<int>(parameter.command), orDash(parameter.handler).c_str(),
+                  number(row.value.inForce(), "-").c_str(), number(parameter.factory, "-").c_str(),
+                  row.value.limits ? row.value.limits->text().c_str() : "-");
     return text;
 }
 
-std::string jsonRange(const KeyInfo& info) {
-    if (!info.rangeKnown) {
+std::string jsonRange(const std::optional<host::Limits>& limits) {
+    if (!limits) {
         return "null";
     }
-    std::string text = "{\"min\":" + std::to_string(info.limits.min_value) +
-                       ",\"max\":" + std::to_string(info.limits.max_value) + ",\"items\":";
-    return text + (info.limits.items_cnt > 0 ? "[" + info.range + "]}" : "null}");
+    return "{\"min\":" + std::to_string(limits->minimum) +
+           ",\"max\":" + std::to_string(limits->maximum) +
+           ",\"items\":" + (limits->items.empty() ? "null" : "[" + limits->text() + "]") + "}";
 }
 
-std::string jsonObject(const KeyInfo& info) {
-    return "{\"key\":" + std::to_string(info.row.key) + ",\"name\":" + jsonString(info.row.name) +
-           ",\"command\":" + std::to_string(info.row.ia_cmd) +
-           ",\"handler\":" + (info.handler.empty() ? "null" : jsonString(info.handler)) +
-           ",\"value\":" + orNull(info.value) + ",\"default\":" + orNull(info.factory) +
-           ",\"range\":" + jsonRange(info) + "}";
+std::string jsonObject(const Row& row) {
+    const host::Parameter& parameter = row.parameter;
+    return "{\"key\":" + std::to_string(parameter.key) +
+           ",\"name\":" + host::jsonString(parameter.name) +
+           ",\"command\":" + std::to_string(parameter.command) + ",\"handler\":" +
+           (parameter.handler.empty() ? "null" : host::jsonString(parameter.handler)) +
+           ",\"value\":" + number(row.value.inForce(), "null") +
+           ",\"default\":" + number(parameter.factory, "null") +
+           ",\"range\":" + jsonRange(row.value.limits) + "}";
 }
 
 Status answerText(const Call& call, const std::string& head, const std::string& text) {
@@ -102,18 +59,24 @@ Status answerText(const Call& call, const std::string& head, const std::string& 
     if (text.empty()) {
         return call.refuse(Status::failed, "the device tree holds no such text");
     }
-    printLine(printableLines(text));
+    printLine(host::printableLines(text));
     return Status::done;
 }
 
-Status answerUiText(const Call& call, std::string (ISensorController::*text)(int)) {
+/// A language's text, else that of the first language.
+Status answerUiText(const Call& call, std::string host::Catalogue::Language::*text) {
     int id = 0;
-    if (!readInt(call.arguments[0], id)) {
+    if (!host::readInt(call.arguments[0], id)) {
         return call.refuse(Status::usage,
-                           "language " + quoted(call.arguments[0]) +
+                           "language " + host::quoted(call.arguments[0]) +
                                " is not allowed; allowed: a number, such as 0 (English)");
     }
-    return answerText(call, std::to_string(id) + " ", (call.camera.controller().*text)(id));
+    const auto now = call.camera.snapshot();
+    const auto& languages = now->catalogue->languages;
+    const auto found = languages.find(id);
+    const auto entry = found == languages.end() ? languages.begin() : found;
+    return answerText(call, std::to_string(id) + " ",
+                      entry == languages.end() ? std::string() : entry->second.*text);
 }
 
 } // namespace
@@ -121,52 +84,47 @@ Status answerUiText(const Call& call, std::string (ISensorController::*text)(int
 Status runKeys(const Call& call) {
     const bool json = !call.arguments.empty();
     if (json && call.arguments[0] != "--json") {
-        return call.refuse(Status::usage, quoted(call.arguments[0]) +
+        return call.refuse(Status::usage, host::quoted(call.arguments[0]) +
                                               " is not allowed; allowed: --json, or nothing");
     }
-    const std::vector<KeyInfo> infos = keyInfos(call.camera);
+    call.perform(host::Refresh{});
+    const auto now = call.camera.snapshot();
+    std::string text;
+    for (std::size_t i = 0; i < now->values.size(); ++i) {
+        const Row row{now->catalogue->parameters[i], now->values[i]};
+        text += json ? (text.empty() ? "[" : ",\n ") + jsonObject(row) : tableLine(row) + "\n";
+    }
     if (json) {
-        std::string text;
-        for (const KeyInfo& info : infos) {
-            text += (text.empty() ? "[" : ",\n ") + jsonObject(info);
-        }
         printLine(text + "]");
         return Status::done;
     }
-    call.answer(std::to_string(infos.size()));
+    call.answer(std::to_string(now->values.size()));
     printLine("  key name                       command handler        value  default  range");
-    for (const KeyInfo& info : infos) {
-        printLine(tableLine(info));
-    }
+    printLine(text);
     return Status::done;
 }
 
 Status runDiff(const Call& call) {
-    const int scheme = call.camera.scheme();
-    const auto number = static_cast<u32>(scheme);
-    const std::vector<KeyVal> factory = factoryValues();
-    std::vector<KeyVal> saved;
-    const bool fileKnown = number < g_stSysConf.nSchemeSum && savedValues(number, saved);
+    call.perform(host::Refresh{});
+    const auto now = call.camera.snapshot();
+    const host::Scheme& scheme = now->schemes[static_cast<std::size_t>(now->scheme)];
+    const bool fileKnown = scheme.timed && !scheme.fileMissing;
     std::string lines;
-    int fromFile = 0;
     int fromFactory = 0;
-    for (const KeyVal& pair : factory) {
-        u32 value = 0;
-        if (call.camera.controller().getKeyValFromCache(number, pair.key, value) < 0) {
-            continue;
+    const auto& keys = now->catalogue->schemeKeys;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const host::Parameter& parameter = *now->parameter(keys[i]);
+        const int value = (*scheme.values)[i];
+        const std::optional<int>& saved = (*scheme.saved)[i];
+        if ((fileKnown && saved != value) || parameter.factory != value) {
+            lines += parameter.name + " memory=" + std::to_string(value) +
+                     " file=" + number(saved, "-") + " factory=" + number(parameter.factory, "-") +
+                     "\n";
         }
-        const u32* inFile = valueOf(saved, pair.key);
-        const bool fileDiffers = fileKnown && (inFile == nullptr || *inFile != value);
-        if (fileDiffers || pair.value != value) {
-            lines += keyName(pair.key) + " memory=" + signedText(value) +
-                     " file=" + (inFile == nullptr ? "-" : signedText(*inFile)) +
-                     " factory=" + signedText(pair.value) + "\n";
-        }
-        fromFile += fileDiffers ? 1 : 0;
-        fromFactory += pair.value != value ? 1 : 0;
+        fromFactory += parameter.factory != value ? 1 : 0;
     }
-    call.answer("scheme=" + std::to_string(scheme) +
-                " file=" + (fileKnown ? std::to_string(fromFile) : "-") +
+    call.answer("scheme=" + std::to_string(now->scheme) +
+                " file=" + (fileKnown ? std::to_string(scheme.unsaved) : "-") +
                 " factory=" + std::to_string(fromFactory));
     if (!lines.empty()) {
         printLine(lines);
@@ -175,15 +133,16 @@ Status runDiff(const Call& call) {
 }
 
 Status runStyle(const Call& call) {
-    return answerText(call, "", call.camera.controller().getUIStyleFile());
+    call.perform(host::Refresh{});
+    return answerText(call, "", call.camera.snapshot()->catalogue->style);
 }
 
 Status runLanguage(const Call& call) {
-    return answerUiText(call, &ISensorController::getUILanguageFile);
+    return answerUiText(call, &host::Catalogue::Language::texts);
 }
 
 Status runCommon(const Call& call) {
-    return answerUiText(call, &ISensorController::getUICommonFile);
+    return answerUiText(call, &host::Catalogue::Language::common);
 }
 
-} // namespace host
+} // namespace imgctl

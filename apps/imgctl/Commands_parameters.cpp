@@ -1,34 +1,40 @@
 #include "CommandFunctions.h"
+#include "SensorKeys.h"
+#include "Words.h"
+#include "host/Sentences.h"
+#include "host/Text.h"
 
-#include <algorithm>
-
-#include "Camera.h"
-#include "KeyNames.h"
-#include "Schemes.h"
-#include "SensorConfig.h"
-#include "Text.h"
-
-namespace host {
+namespace imgctl {
 namespace {
 
-/// Why a batch ended with minus a key.
-std::string refusal(const std::vector<KeyVal>& pairs, int result) {
-    const u32 key = 0u - static_cast<u32>(result);
-    const u32* value = valueOf(pairs, key);
-    if (value == nullptr) {
-        return "key " + keyName(key) + " was refused";
+using host::KeyOutcome;
+using host::KeyResult;
+using host::Outcome;
+using host::Result;
+
+/// Minus the key that was refused, as the library answers; 0 for none.
+long long code(const Outcome& outcome) {
+    for (const KeyOutcome& key : outcome.keys) {
+        if (key.result == KeyResult::Refused) {
+            return -static_cast<long long>(static_cast<int>(key.key));
+        }
     }
-    const std::string text = " = " + std::to_string(static_cast<int>(*value)) + " was refused";
-    const keycmd* row = keyRow(key);
-    return keyName(key) + text +
-           (row == nullptr ? ": no such key ('keys' lists them)" : allowedFor(row->ia_cmd));
+    return 0;
+}
+
+/// Why a key was refused, with what it takes.
+std::string refusalText(const host::Snapshot& now, const KeyOutcome& key) {
+    const host::Refusal& refusal = key.refusal;
+    const bool range = refusal.reason == host::Reason::Range && refusal.allowed;
+    return keyName(now, key.key) + " = " + std::to_string(key.wanted) + " was refused" +
+           (range ? "; it takes " + refusal.allowed->text() : ": " + host::reasonText(refusal));
 }
 
 Status applyPairs(const Call& call, bool record) {
-    std::vector<KeyVal> pairs;
-    std::string text;
+    const auto now = call.camera.snapshot();
+    std::vector<host::Pair> pairs;
     std::string problem;
-    switch (readPairs(call.arguments[0], pairs, text, problem)) {
+    switch (readPairs(*now, call.arguments[0], pairs, problem)) {
         case PairResult::malformed:
             return call.refuse(Status::usage, problem);
         case PairResult::unknownKey:
@@ -36,43 +42,39 @@ Status applyPairs(const Call& call, bool record) {
         case PairResult::good:
             break;
     }
-    ISensorController& controller = call.camera.controller();
-    const u32 most = recordCount(controller);
+    const std::size_t most = now->catalogue->schemeKeys.size();
     if (pairs.size() > most) {
         return call.refuse(Status::usage, std::to_string(pairs.size()) + " parameters; at most " +
                                               std::to_string(most) + " are taken at once");
     }
-    int result = 0;
-    if (pairs.size() == 1 && text != call.arguments[0]) {
-        result = controller.setParameter(static_cast<int>(pairs[0].key),
-                                         static_cast<int>(pairs[0].value), record);
-    } else {
-        result = controller.setParameters(text, record);
+    host::SetValues set;
+    set.values = pairs;
+    const Outcome outcome =
+        record ? call.perform(set) : call.perform(host::ApplyValues{std::move(pairs)});
+    if (outcome.keys.empty() && !outcome.done()) {
+        return call.refuse(outcome);
     }
-    call.answer(std::to_string(result));
-    // Minus key 0 cannot be told from success; no camera has that key.
-    if (result != 0 || valueOf(pairs, 0) != nullptr) {
-        return call.refuse(Status::rejected, refusal(pairs, result));
+    call.answer(std::to_string(code(outcome)));
+    bool notRecorded = false;
+    for (const KeyOutcome& key : outcome.keys) {
+        if (key.result == KeyResult::Refused) {
+            call.note(refusalText(*now, key));
+        } else if (key.result == KeyResult::TakenDifferently) {
+            call.note(host::sentence(*now, key));
+        }
+        notRecorded = notRecorded || key.result == KeyResult::NotRecorded;
     }
-    if (record && static_cast<u32>(call.camera.scheme()) >= g_stSysConf.nSchemeSum) {
+    if (!outcome.done()) {
+        return Status::rejected;
+    }
+    if (record && notRecorded) {
         call.note("applied, but not recorded: the default scheme is in force");
     }
     return Status::done;
 }
 
-/// Answers with the result of an operation that gives true or false.
-Status answerBool(const Call& call, bool result, Status otherwise, const char* problem) {
-    call.answer(result ? "1" : "0");
-    return result ? Status::done : call.refuse(otherwise, problem);
-}
-
-Status getOne(const Call& call, u32 key) {
-    int value = 0;
-    if (!call.camera.controller().getParameter(static_cast<int>(key), value)) {
-        return call.refuse(Status::failed, "the layer does not tell " + keyName(key));
-    }
-    call.answer("(" + std::to_string(static_cast<int>(key)) + "," + std::to_string(value) + ")");
-    return Status::done;
+std::string pairText(u32 key, int value) {
+    return "(" + std::to_string(static_cast<int>(key)) + "," + std::to_string(value) + ")";
 }
 
 } // namespace
@@ -86,69 +88,84 @@ Status runApply(const Call& call) {
 }
 
 Status runGet(const Call& call) {
-    std::string query;
+    const auto now = call.camera.snapshot();
+    std::vector<u32> keys;
     std::string problem;
     const std::string& argument = call.arguments[0];
-    const bool several = argument.find_first_of("(, \t") != std::string::npos;
-    if (!several) {
-        u32 key = 0;
-        return readKey(argument, key, problem) ? getOne(call, key)
-                                               : call.refuse(Status::usage, problem);
-    }
-    if (!readQuery(argument, query, problem)) {
+    if (!readQuery(*now, argument, keys, problem)) {
         return call.refuse(Status::usage, problem);
     }
-    ISensorController& controller = call.camera.controller();
-    std::vector<std::string> asked;
+    const Outcome outcome = call.perform(host::ReadKeys{keys});
     std::string answer;
-    if (!controller.parseSensorParameter(query, asked) ||
-        !controller.getParameters(query, answer)) {
-        return call.refuse(Status::usage,
-                           quoted(argument) + " is no query; allowed: KEY or (KEY,KEY,...)");
+    std::size_t missing = 0;
+    for (const u32 key : keys) {
+        const auto value = outcome.values.find(key);
+        if (value == outcome.values.end()) {
+            ++missing;
+        } else {
+            answer += pairText(key, value->second);
+        }
+    }
+    if (keys.size() == 1 && missing == 1) {
+        return call.refuse(Status::failed, "the layer does not tell " + keyName(*now, keys[0]));
     }
     call.answer(answer);
-    const auto answered = static_cast<std::size_t>(std::count(answer.begin(), answer.end(), '('));
-    return answered == asked.size()
-               ? Status::done
-               : call.refuse(Status::failed, std::to_string(asked.size() - answered) +
-                                                 " of the keys cannot be read");
+    return missing == 0 ? Status::done
+                        : call.refuse(Status::failed,
+                                      std::to_string(missing) + " of the keys cannot be read");
 }
 
 Status runAll(const Call& call) {
-    std::string text;
-    call.camera.controller().getAllParameters(text);
-    call.answer(text);
-    return Status::done;
+    const Outcome outcome = call.perform(host::CorrectScheme{});
+    call.answer(outcome.text);
+    return outcome.done() ? Status::done : call.refuse(outcome);
 }
 
 Status runRestore(const Call& call) {
+    const auto now = call.camera.snapshot();
     u32 key = 0;
     std::string problem;
-    if (!readKey(call.arguments[0], key, problem)) {
+    if (!readKey(*now, call.arguments[0], key, problem)) {
         return call.refuse(Status::rejected, problem);
     }
-    const int result = call.camera.controller().restore(static_cast<int>(key));
-    call.answer(std::to_string(result));
-    return result == 0 ? Status::done
-                       : call.refuse(Status::rejected,
-                                     keyName(key) + (result == -1 ? " is not in the current scheme"
-                                                                  : " was refused"));
+    const Outcome outcome = call.perform(host::Restore{{key}});
+    const bool missing = outcome.refusal.reason == host::Reason::NotInScheme ||
+                         outcome.refusal.reason == host::Reason::UnknownKey;
+    call.answer(std::to_string(missing ? -1 : code(outcome)));
+    if (missing) {
+        return call.refuse(Status::rejected, keyName(*now, key) + " is not in the current scheme");
+    }
+    return outcome.result == Result::Refused
+               ? call.refuse(Status::rejected, refusalText(*now, outcome.keys.front()))
+               : Status::done;
 }
 
 Status runRestoreAe(const Call& call) {
-    return answerBool(call, call.camera.controller().restoreAeMode(), Status::rejected,
-                      "exposure mode or focus mode was refused, or is not in the current scheme");
+    const Outcome outcome = call.perform(host::Restore{{KEY_EXPOSE_MODE, KEY_AUTO_FOCUS_MODE}});
+    const bool done = code(outcome) == 0;
+    call.answer(done ? "1" : "0");
+    return done ? Status::done
+                : call.refuse(Status::rejected,
+                              "exposure mode or focus mode was refused, or is not in the current "
+                              "scheme: " +
+                                  host::reasonText(outcome.refusal));
 }
 
 Status runReload(const Call& call) {
-    return answerBool(call, call.camera.controller().resetToLastParameters(), Status::failed,
-                      "a saved value was refused; those behind it are not applied");
+    const Outcome outcome = call.perform(host::Reload{});
+    call.answer(outcome.done() ? "1" : "0");
+    return outcome.done() ? Status::done
+                          : call.refuse(Status::failed,
+                                        "a saved value was refused; those behind it are not "
+                                        "applied: " +
+                                            host::reasonText(outcome.refusal));
 }
 
 Status runReset(const Call& call) {
-    std::string problem;
-    const bool done = call.camera.reset(problem);
-    return answerBool(call, done, Status::failed, problem.c_str());
+    const Outcome outcome = call.perform(host::Reset{});
+    call.answer(outcome.done() ? "1" : "0");
+    return outcome.done() ? Status::done
+                          : call.refuse(Status::failed, host::reasonText(outcome.refusal));
 }
 
-} // namespace host
+} // namespace imgctl

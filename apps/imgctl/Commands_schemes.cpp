@@ -1,15 +1,13 @@
-#include "CommandFunctions.h"
-
-#include <cstdio>
 #include <cstdlib>
 
-#include "Camera.h"
-#include "DKDeviceTime.h"
-#include "Schemes.h"
-#include "SensorConfig.h"
-#include "Text.h"
+#include "CommandFunctions.h"
+#include "ImageAdjust.h"
+#include "Interrupt.h"
+#include "host/SchemeFiles.h"
+#include "host/Sentences.h"
+#include "host/Text.h"
 
-namespace host {
+namespace imgctl {
 namespace {
 
 constexpr double kLongestWait = 1e7;
@@ -18,62 +16,64 @@ std::string field(const char* name, long long value) {
     return std::string(" ") + name + "=" + std::to_string(value);
 }
 
-std::string timeOfDay() {
-    const DKDeviceTime now = DKDeviceTime::getCurrentTime();
-    char text[16];
-    std::snprintf(text, sizeof text, "%02u:%02u:%02u", now.hour & 0xffu, now.minute & 0xffu,
-                  now.second & 0xffu);
-    return text;
+int timedSchemes(const Call& call) {
+    return static_cast<int>(call.camera.snapshot()->schemes.size()) - 1;
 }
 
 } // namespace
 
 Status runScheme(const Call& call) {
-    if (!call.arguments.empty()) {
-        const int last = static_cast<int>(g_stSysConf.nSchemeSum);
-        int number = 0;
-        if (!readIntWithin(call.arguments[0], 0, last, number)) {
-            return call.refuse(Status::usage, "no scheme " + quoted(call.arguments[0]) +
-                                                  "; allowed: 0 .. " + std::to_string(last) + " (" +
-                                                  std::to_string(last) + " is the default scheme)");
-        }
-        call.camera.controller().setParamScheme(number);
+    if (call.arguments.empty()) {
+        // Asked of the controller thread: the clock may have switched since the last snapshot.
+        call.answer(std::to_string(call.perform(host::Refresh{}).scheme));
+        return Status::done;
     }
-    call.answer(std::to_string(call.camera.scheme()));
+    const int last = timedSchemes(call);
+    int number = 0;
+    if (!host::readIntWithin(call.arguments[0], 0, last, number)) {
+        return call.refuse(Status::usage, "no scheme " + host::quoted(call.arguments[0]) +
+                                              "; allowed: 0 .. " + std::to_string(last) + " (" +
+                                              std::to_string(last) + " is the default scheme)");
+    }
+    const host::Outcome outcome = call.perform(host::SwitchScheme{number});
+    if (!outcome.done()) {
+        return call.refuse(outcome);
+    }
+    call.answer(std::to_string(outcome.scheme));
     return Status::done;
 }
 
 Status runMode(const Call& call) {
-    ISensorController& controller = call.camera.controller();
     int mode = 0;
     if (!call.arguments.empty()) {
-        if (!readIntWithin(call.arguments[0], 0, 1, mode)) {
+        if (!host::readIntWithin(call.arguments[0], 0, 1, mode)) {
             return call.refuse(Status::usage,
-                               "no mode " + quoted(call.arguments[0]) + "; allowed: 0 or 1");
+                               "no mode " + host::quoted(call.arguments[0]) + "; allowed: 0 or 1");
         }
-        controller.setParamMode(mode);
+        call.perform(host::SetMode{mode == 1});
     }
-    controller.getParamMode(mode);
-    call.answer(std::to_string(mode));
+    call.answer(call.camera.snapshot()->bySchedule ? "1" : "0");
     return Status::done;
 }
 
 Status runFlush(const Call& call) {
-    ISensorController& controller = call.camera.controller();
-    const auto scheme = static_cast<u32>(call.camera.scheme());
-    int result = controller.flush();
-    call.answer(std::to_string(result));
-    if (scheme >= g_stSysConf.nSchemeSum) {
+    const int scheme = call.perform(host::Refresh{}).scheme;
+    if (scheme >= timedSchemes(call)) {
+        call.answer("0");
         call.note("the default scheme is never saved");
         return Status::done;
     }
-    if (result == 0 && call.camera.scheme() == static_cast<int>(scheme)) {
-        // A file that could not be written is reported by the library, not told by its result.
-        result = checkSaved(controller, scheme);
+    host::Save save;
+    save.scheme = scheme;
+    const host::Outcome outcome = call.perform(save);
+    const bool window = outcome.refusal.reason == host::Reason::Window;
+    call.answer(std::to_string(window ? outcome.refusal.code : 0));
+    if (outcome.done()) {
+        return Status::done;
     }
-    return result == 0 ? Status::done
-                       : call.refuse(Status::failed, "scheme " + std::to_string(scheme) +
-                                                         " is not saved: " + saveProblem(result));
+    return outcome.schemes.empty()
+               ? call.refuse(outcome)
+               : call.refuse(Status::failed, host::sentence(outcome.schemes.front()));
 }
 
 Status runWait(const Call& call) {
@@ -81,11 +81,11 @@ Status runWait(const Call& call) {
     char* end = nullptr;
     const double seconds = std::strtod(text.c_str(), &end);
     if (end == text.c_str() || *end != '\0' || !(seconds >= 0 && seconds <= kLongestWait)) {
-        return call.refuse(Status::usage, quoted(text) +
+        return call.refuse(Status::usage, host::quoted(text) +
                                               " is no number of seconds; allowed: 0 .. " +
                                               std::to_string(static_cast<long>(kLongestWait)));
     }
-    if (!call.camera.wait(seconds)) {
+    if (!call.camera.wait(seconds, takeInterrupt)) {
         return call.refuse(Status::failed, "interrupted");
     }
     call.answer(text);
@@ -93,30 +93,24 @@ Status runWait(const Call& call) {
 }
 
 Status runStatus(const Call& call) {
-    ISensorController& controller = call.camera.controller();
-    int mode = 0;
-    int night = 0;
-    int due = 0;
-    int inWindow = 0;
-    std::string version;
-    controller.getParamMode(mode);
-    controller.judgeCurScheme(due, inWindow);
-    const bool nightKnown = controller.getDNMode(night);
-    controller.getCameraVerInf(version);
-    const int scheme = call.camera.scheme();
-    const bool timed = static_cast<u32>(scheme) < g_stSysConf.nSchemeSum;
-    call.answer("scheme=" + std::to_string(scheme) + field("mode", mode) +
-                field("schemes", g_stSysConf.nSchemeSum) +
-                field("parameters", recordCount(controller)) + " time=" + timeOfDay() +
-                field("due", due) + field("in-window", inWindow) +
-                " day-night=" + (nightKnown ? std::to_string(night) : "-") +
-                field("device-type", g_stSysConf.nDeviceType) +
-                field("module", controller.getSensorType()) +
-                field("started", controller.getSensorStatus() ? 1 : 0) +
-                " window-check=" + (timed ? std::to_string(controller.paramCheck()) : "-") +
-                field("fps", call.camera.framesPerSecond()) + " detail=" +
-                jsonString(g_stSysConf.moduleConfig.szDetail) + " version=" + jsonString(version));
+    const host::Outcome night = call.perform(host::ReadKeys{{IA_CMD_DN_STATE}, true});
+    const auto now = call.camera.snapshot();
+    const int timed = static_cast<int>(now->schemes.size()) - 1;
+    const int due = host::schemeAt(now->schemes, now->time.minuteOfDay());
+    const auto state = night.values.find(IA_CMD_DN_STATE);
+    const host::Scheme& inForce = now->schemes[static_cast<std::size_t>(now->scheme)];
+    call.answer("scheme=" + std::to_string(now->scheme) + field("mode", now->bySchedule ? 1 : 0) +
+                field("schemes", timed) +
+                field("parameters", static_cast<long long>(now->catalogue->schemeKeys.size())) +
+                " time=" + host::clockText(host::cameraTime()) + field("due", due) +
+                field("in-window", due < timed ? 1 : 0) + " day-night=" +
+                (state == night.values.end() ? "-" : std::to_string(state->second)) +
+                field("device-type", now->deviceType) + field("module", now->moduleId) +
+                field("started", 1) +
+                " window-check=" + (inForce.timed ? std::to_string(inForce.windowFault) : "-") +
+                field("fps", now->framesPerSecond) + " detail=" + host::jsonString(now->detail) +
+                " version=" + host::jsonString(now->layer.version));
     return Status::done;
 }
 
-} // namespace host
+} // namespace imgctl

@@ -1,17 +1,17 @@
 #include "CommandFunctions.h"
 
+#include <algorithm>
 #include <climits>
 
-#include "KeyNames.h"
-#include "SimulatedImageAdjust.h"
-#include "StringHandler.h"
-#include "Text.h"
+#include "Words.h"
+#include "host/Simulator.h"
+#include "host/Text.h"
 
-namespace host {
+namespace imgctl {
 namespace {
 
 Status noNumber(const Call& call, const char* what, const std::string& text, const char* allowed) {
-    return call.refuse(Status::usage, std::string(what) + " " + quoted(text) +
+    return call.refuse(Status::usage, std::string(what) + " " + host::quoted(text) +
                                           " is not allowed; allowed: " + allowed);
 }
 
@@ -22,16 +22,16 @@ Status runFail(const Call& call) {
     int code = 0;
     int count = 0;
     std::string problem;
-    if (!readLayerCommand(call.arguments[0], command, problem)) {
+    if (!readLayerCommand(*call.camera.snapshot(), call.arguments[0], command, problem)) {
         return call.refuse(Status::usage, problem);
     }
-    if (!readInt(call.arguments[1], code)) {
+    if (!host::readInt(call.arguments[1], code)) {
         return noNumber(call, "CODE", call.arguments[1], "a number; 0 ends the failures");
     }
-    if (call.arguments.size() > 2 && !readIntWithin(call.arguments[2], 0, INT_MAX, count)) {
+    if (call.arguments.size() > 2 && !host::readIntWithin(call.arguments[2], 0, INT_MAX, count)) {
         return noNumber(call, "COUNT", call.arguments[2], "0 (without end) or a number of calls");
     }
-    simulated_ia::fail(command, code, static_cast<unsigned int>(count));
+    host::simulator::fail(command, code, static_cast<unsigned int>(count));
     call.answer(std::to_string(static_cast<int>(command)) + " " + std::to_string(code) + " " +
                 std::to_string(count));
     return Status::done;
@@ -39,10 +39,10 @@ Status runFail(const Call& call) {
 
 Status runLight(const Call& call) {
     int level = 0;
-    if (!readIntWithin(call.arguments[0], 0, 100, level)) {
+    if (!host::readIntWithin(call.arguments[0], 0, 100, level)) {
         return noNumber(call, "LEVEL", call.arguments[0], "0 (dark) .. 100 (bright)");
     }
-    simulated_ia::setLight(static_cast<unsigned int>(level));
+    host::simulator::setLight(level);
     call.answer(std::to_string(level));
     return Status::done;
 }
@@ -51,23 +51,23 @@ Status runLimit(const Call& call) {
     u32 command = 0;
     int defaultValue = 0;
     std::string problem;
-    if (!readLayerCommand(call.arguments[0], command, problem)) {
+    if (!readLayerCommand(*call.camera.snapshot(), call.arguments[0], command, problem)) {
         return call.refuse(Status::usage, problem);
     }
-    if (!readInt(call.arguments[1], defaultValue)) {
+    if (!host::readInt(call.arguments[1], defaultValue)) {
         return noNumber(call, "DEFAULT", call.arguments[1], "a number");
     }
-    std::vector<std::string> pieces;
+    std::string list = call.arguments[2];
     std::vector<int> items;
-    StringHandler::split(call.arguments[2], pieces, ",");
-    for (const std::string& piece : pieces) {
+    std::replace(list.begin(), list.end(), ',', ' ');
+    for (const std::string& piece : host::words(list, list.size())) {
         int item = 0;
-        if (!readInt(trim(piece), item)) {
+        if (!host::readInt(piece, item)) {
             return noNumber(call, "ITEM", piece, "numbers with commas between them");
         }
         items.push_back(item);
     }
-    if (!simulated_ia::limit(command, defaultValue, items)) {
+    if (!host::simulator::limit(command, defaultValue, items)) {
         return call.refuse(
             Status::failed,
             "the layer has no such command, or too many commands or items are limited "
@@ -81,10 +81,10 @@ Status runLimit(const Call& call) {
 Status runUnlimit(const Call& call) {
     u32 command = 0;
     std::string problem;
-    if (!readLayerCommand(call.arguments[0], command, problem)) {
+    if (!readLayerCommand(*call.camera.snapshot(), call.arguments[0], command, problem)) {
         return call.refuse(Status::usage, problem);
     }
-    if (!simulated_ia::unlimit(command)) {
+    if (!host::simulator::unlimit(command)) {
         return call.refuse(Status::failed,
                            "command " + std::to_string(command) + " is not limited");
     }
@@ -92,4 +92,4 @@ Status runUnlimit(const Call& call) {
     return Status::done;
 }
 
-} // namespace host
+} // namespace imgctl

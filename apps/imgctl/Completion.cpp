@@ -1,14 +1,18 @@
 #include "Completion.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Command.h"
-#include "KeyNames.h"
-#include "StringHandler.h"
-#include "Text.h"
+#include "host/Text.h"
 
-namespace host {
+namespace imgctl {
 namespace {
+
+std::vector<std::string>& keys() {
+    static std::vector<std::string> names;
+    return names;
+}
 
 bool startsWith(const std::string& text, const std::string& beginning) {
     return text.compare(0, beginning.size(), beginning) == 0;
@@ -17,11 +21,10 @@ bool startsWith(const std::string& text, const std::string& beginning) {
 /// The words that a synopsis lists in small letters, such as "focus-far|focus-near".
 std::vector<std::string> fixedWords(const std::string& synopsis) {
     std::string list = synopsis;
-    list.erase(
-        std::remove_if(list.begin(), list.end(), [](char c) { return c == '[' || c == ']'; }),
-        list.end());
-    std::vector<std::string> pieces;
-    StringHandler::split(list, pieces, "|");
+    for (char& c : list) {
+        c = c == '[' || c == ']' || c == '|' ? ' ' : c;
+    }
+    std::vector<std::string> pieces = host::words(list, list.size());
     pieces.erase(std::remove_if(pieces.begin(), pieces.end(),
                                 [](const std::string& piece) {
                                     return piece.find_first_of("abcdefghijklmnopqrstuvwxyz") ==
@@ -32,7 +35,7 @@ std::vector<std::string> fixedWords(const std::string& synopsis) {
 }
 
 std::vector<std::string> candidatesFor(const std::string& line) {
-    const std::vector<std::string> parts = words(line, 2);
+    const std::vector<std::string> parts = host::words(line, 2);
     std::vector<std::string> names;
     const bool firstWord = parts.empty() || (parts.size() == 1 && line.back() != ' ');
     for (const Command& command : commands()) {
@@ -42,15 +45,19 @@ std::vector<std::string> candidatesFor(const std::string& line) {
             names = fixedWords(command.synopsis);
         }
     }
-    return firstWord || !names.empty() ? names : shortKeyNames();
+    return firstWord || !names.empty() ? names : keys();
 }
 
 } // namespace
 
+void completeKeys(std::vector<std::string> names) {
+    keys() = std::move(names);
+}
+
 std::vector<std::string> completions(const std::string& line, std::size_t& start) {
     const std::size_t separator = line.find_last_of(" \t(,");
     start = separator == std::string::npos ? 0 : separator + 1;
-    std::string word = lowered(line.substr(start));
+    std::string word = host::lowered(line.substr(start));
     if (startsWith(word, "key-")) {
         start += 4;
         word.erase(0, 4);
@@ -74,4 +81,4 @@ std::string commonBeginning(const std::vector<std::string>& texts) {
     return common;
 }
 
-} // namespace host
+} // namespace imgctl

@@ -4,7 +4,10 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace imgctl {
+
+/// The names of keys that completions offers.
+void completeKeys(std::vector<std::string> names);
 
 /// What the word at the end of a line could become: a command, a key, or one of the fixed words
 /// that the command takes.
@@ -15,4 +18,4 @@ std::vector<std::string> completions(const std::string& line, std::size_t& start
 /// The longest beginning that all of them have.
 std::string commonBeginning(const std::vector<std::string>& texts);
 
-} // namespace host
+} // namespace imgctl

@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-namespace host {
+namespace imgctl {
 namespace {
 
 volatile std::sig_atomic_t interrupted = 0;
@@ -26,4 +26,4 @@ bool takeInterrupt() {
     return was;
 }
 
-} // namespace host
+} // namespace imgctl

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace host {
+namespace imgctl {
 
 /// From now on SIGINT does not end the process but is remembered.
 void catchInterrupts();
@@ -8,4 +8,4 @@ void catchInterrupts();
 /// @return true once after each SIGINT
 bool takeInterrupt();
 
-} // namespace host
+} // namespace imgctl

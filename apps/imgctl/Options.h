@@ -3,24 +3,13 @@
 #include <string>
 #include <vector>
 
-namespace host {
+#include "host/CommandLine.h"
+
+namespace imgctl {
 
 /// What the command line asks for.
 struct Options {
-    std::string device; ///< device root; empty: see DeviceTree.h
-    int deviceType = 0; ///< 0: as the machine information says
-    bool detailGiven = false;
-    std::string detail;
-    int fps = 25;
-    bool clockGiven = false;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    double speed = 0; ///< camera seconds per second; 0: not given
-    std::string trace;
-    bool debugLevelGiven = false;
-    int debugLevel = 1;
-    bool abort = false;
+    host::CameraArguments device;
     std::vector<std::string> commands;
     bool help = false;
     bool version = false;
@@ -34,4 +23,4 @@ bool readOptions(int argc, char* const* argv, Options& options, std::string& pro
 /// The options, one a line with its help.
 std::string optionHelp();
 
-} // namespace host
+} // namespace imgctl

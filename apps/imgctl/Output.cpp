@@ -3,7 +3,7 @@
 #include <unistd.h>
 #include <cerrno>
 
-namespace host {
+namespace imgctl {
 namespace {
 
 bool atLineStart = true; // guarded by the lock of stdout
@@ -57,4 +57,4 @@ void printLine(const std::string& text) {
     funlockfile(stdout);
 }
 
-} // namespace host
+} // namespace imgctl

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-namespace host {
+namespace imgctl {
 
 /// From now on an answer begins a new line even where the library's reports, which go to standard
 /// output too and end with the colour reset, have left one unfinished. Call it once, before the
@@ -18,4 +18,4 @@ void startLine();
 /// there is none.
 void printLine(const std::string& text);
 
-} // namespace host
+} // namespace imgctl

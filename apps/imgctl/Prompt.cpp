@@ -9,7 +9,7 @@
 #include "Completion.h"
 #include "Interrupt.h"
 
-namespace host {
+namespace imgctl {
 namespace {
 
 constexpr int kHistoryLines = 1000;
@@ -123,4 +123,4 @@ bool readLine(FILE* file, std::string& line) {
     return length >= 0;
 }
 
-} // namespace host
+} // namespace imgctl

@@ -8,7 +8,7 @@
 struct editline;
 struct history;
 
-namespace host {
+namespace imgctl {
 
 /// The command line at a terminal: editing, history, and completion of commands and keys with Tab.
 /// Ctrl-C clears the line; Ctrl-D on an empty line ends.
@@ -33,4 +33,4 @@ private:
 /// @return false at the end
 bool readLine(FILE* file, std::string& line);
 
-} // namespace host
+} // namespace imgctl

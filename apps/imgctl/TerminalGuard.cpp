@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <iterator>
 
-namespace host {
+namespace imgctl {
 namespace {
 
 constexpr int kSignals[] = {SIGTERM, SIGHUP, SIGQUIT};
@@ -50,4 +50,4 @@ TerminalGuard::~TerminalGuard() {
     }
 }
 
-} // namespace host
+} // namespace imgctl

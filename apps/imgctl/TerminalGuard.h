@@ -1,6 +1,6 @@
 #pragma once
 
-namespace host {
+namespace imgctl {
 
 /// While it lives, a signal that ends the process (SIGTERM, SIGHUP, SIGQUIT) first gives the terminal
 /// at standard input back as it was when this was made. One at a time.
@@ -12,4 +12,4 @@ public:
     TerminalGuard& operator=(const TerminalGuard&) = delete;
 };
 
-} // namespace host
+} // namespace imgctl

@@ -1,26 +1,30 @@
 #include <unistd.h>
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <string>
 
-#include "Camera.h"
 #include "Command.h"
+#include "Completion.h"
 #include "Options.h"
 #include "Output.h"
 #include "Prompt.h"
-#include "Text.h"
+#include "host/Camera.h"
+#include "host/Names.h"
+#include "host/Text.h"
 
 namespace {
 
-using host::Status;
+using imgctl::Status;
 
 std::string helpText() {
     return "Usage: imgctl [OPTION]... [-c COMMAND]...\n"
            "A whole camera on this machine, driven by commands from -c or from standard input.\n"
            "\nOptions:\n" +
-           host::optionHelp() + "\nCommands:\n" + host::commandHelp() +
+           imgctl::optionHelp() + "\nCommands:\n" + imgctl::commandHelp() +
            "\nA KEY is a number or a name: 34, KEY_BRIGHTNESS, brightness. A CMD is a number of "
            "the\n"
            "image-adjust layer, or the name of the key that it carries.\n"
@@ -30,11 +34,17 @@ std::string helpText() {
            "counts.\n";
 }
 
-Status runCommands(host::Camera& camera, const host::Options& options, FILE* terminal) {
+Status fail(const std::string& problem) {
+    imgctl::startLine();
+    std::fprintf(stderr, "imgctl: %s\n", host::printable(problem).c_str());
+    return Status::failed;
+}
+
+Status runCommands(host::Camera& camera, const imgctl::Options& options, FILE* terminal) {
     Status worst = Status::done;
     bool quit = false;
     const auto run = [&](const std::string& line) {
-        worst = std::max(worst, host::runLine(camera, line, quit));
+        worst = std::max(worst, imgctl::runLine(camera, line, quit));
     };
     std::string line;
     if (!options.commands.empty()) {
@@ -42,49 +52,60 @@ Status runCommands(host::Camera& camera, const host::Options& options, FILE* ter
             run(options.commands[i]);
         }
     } else if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0) {
-        host::Prompt prompt(terminal);
+        imgctl::Prompt prompt(terminal);
         while (!quit && prompt.read(line)) {
             run(line);
         }
     } else {
-        while (!quit && host::readLine(stdin, line)) {
+        while (!quit && imgctl::readLine(stdin, line)) {
             run(line);
         }
     }
     return worst;
 }
 
-Status runCamera(const host::Options& options, FILE* terminal) {
+Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
+    host::CameraOptions asked = options.device.camera;
+    asked.trace = trace;
     host::Camera camera;
-    std::string problem;
-    if (!camera.start(options, problem)) {
-        host::startLine();
-        std::fprintf(stderr, "imgctl: %s\n", problem.c_str());
-        return Status::failed;
+    const host::StartProblem problem = camera.start(asked);
+    if (problem) {
+        return fail(problem.text);
     }
-    const Status worst = runCommands(camera, options, terminal);
-    if (camera.stop(problem)) {
-        return worst;
+    imgctl::completeKeys(host::keyNames(*camera.snapshot()->catalogue));
+    return runCommands(camera, options, terminal);
+}
+
+/// Runs the camera with its trace, which it needs to the end.
+Status runTraced(const imgctl::Options& options, FILE* terminal) {
+    if (options.device.trace.empty()) {
+        return runCamera(options, nullptr, terminal);
     }
-    host::startLine();
-    std::fprintf(stderr, "imgctl: %s\n", problem.c_str());
-    return std::max(worst, Status::failed);
+    const std::string name = "trace file " + host::quoted(options.device.trace);
+    FILE* trace = std::fopen(options.device.trace.c_str(), "we");
+    if (trace == nullptr) {
+        return fail(name + ": " + std::strerror(errno));
+    }
+    const Status worst = runCamera(options, trace, terminal);
+    const bool written = std::ferror(trace) == 0;
+    const bool closed = std::fclose(trace) == 0;
+    return written && closed ? worst : std::max(worst, fail(name + " could not be written"));
 }
 
 Status runHost(int argc, char** argv) {
-    FILE* terminal = host::watchOutput();
-    host::Options options;
+    FILE* terminal = imgctl::watchOutput();
+    imgctl::Options options;
     std::string problem;
-    if (!host::readOptions(argc, argv, options, problem)) {
+    if (!imgctl::readOptions(argc, argv, options, problem)) {
         std::fprintf(stderr, "imgctl: %s\n", problem.c_str());
         return Status::usage;
     }
     if (options.help || options.version) {
-        host::printLine(options.help ? helpText() : "imgctl " IMGCTL_VERSION);
+        imgctl::printLine(options.help ? helpText() : "imgctl " IMGCTL_VERSION);
         return Status::done;
     }
-    const Status worst = runCamera(options, terminal);
-    host::startLine();
+    const Status worst = runTraced(options, terminal);
+    imgctl::startLine();
     // Answers that nobody can read are none.
     return std::ferror(stdout) == 0 ? worst : std::max(worst, Status::failed);
 }

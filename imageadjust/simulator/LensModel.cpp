@@ -19,12 +19,11 @@ constexpr int focusStep = 10;
 constexpr int zoomUnitsPerSecond = 1000; // at speed 1
 constexpr int focusUnitsPerSecond = 100;
 
-// Where the picture is sharp: the tele end focuses farther than the wide end.
-int sharpFocus(int zoom) {
+} // namespace
+
+int LensModel::sharpFocus(int zoom) {
     return 200 + (zoom - zoomWide) * 600 / (zoomTele - zoomWide);
 }
-
-} // namespace
 
 int LensModel::Axis::at(long long now) const {
     if (now <= begin && from != to) {

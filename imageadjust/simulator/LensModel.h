@@ -13,6 +13,9 @@ struct LensSettings {
 /// carries the time at which it is put, in microseconds of one clock. Not thread-safe.
 class LensModel {
 public:
+    /// The focus at which the picture is sharp: the tele end focuses farther than the wide end.
+    static int sharpFocus(int zoom);
+
     /// At the wide end, in focus, at rest.
     void reset();
 

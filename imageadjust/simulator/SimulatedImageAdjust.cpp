@@ -1,5 +1,6 @@
 #include "SimulatedImageAdjust.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <ctime>
@@ -8,14 +9,14 @@
 #include <thread>
 #include <utility>
 
-#include "CallTrace.h"
-#include "ImageAdjust.h"
+#include "EventThread.h"
+#include "ImageAdjustRecords.h"
 #include "SimulatedSensor.h"
 
 namespace simulated_ia {
 namespace {
 
-typedef std::function<void(const Call&)> Observer;
+using namespace image_adjust;
 
 long long monotonicMicroseconds() {
     timespec now = {};
@@ -30,7 +31,7 @@ int localMinutes() {
     return local.tm_hour * 60 + local.tm_min;
 }
 
-// Everything but the delay is guarded by the lock.
+// Everything but the delay, the events and the observation is guarded by the lock.
 struct Device {
     Device() {
         sensor.microseconds = monotonicMicroseconds;
@@ -40,9 +41,12 @@ struct Device {
     std::mutex lock;
     SimulatedSensor sensor;
     unsigned long calls = 0;
-    FILE* trace = nullptr;
-    std::shared_ptr<const Observer> observer; // shared, so that a call copies it without allocating
+    bool gone = false;
+    long long goneAt = 0;
     std::atomic<unsigned int> delay{0};
+    EventThread events;
+    std::mutex observing; // of the observation
+    Observation observation;
 };
 
 Device& device() {
@@ -52,16 +56,87 @@ Device& device() {
 
 typedef std::lock_guard<std::mutex> Guard;
 
+// A set is told by a step's or a start's name; what it is at cannot be asked.
+bool isStep(unsigned int cmd) {
+    switch (cmd) {
+        case CMD_IRIS_UP:
+        case CMD_IRIS_DOWN:
+        case CMD_FOCUS_ONCE:
+        case CMD_FOCUS_NEAR:
+        case CMD_FOCUS_FAR:
+        case CMD_ZOOM_IN:
+        case CMD_ZOOM_OUT:
+        case CMD_LENS_RESET:
+            return true;
+        default:
+            return false;
+    }
+}
+
+class SimulatedLayer : public Layer {
+public:
+    int ioctl(unsigned int cmd, unsigned int opt, void* data) override {
+        Device& d = simulated_ia::device();
+        // Outside the lock: the calls of several threads take their time side by side.
+        if (const unsigned int delay = d.delay) {
+            std::this_thread::sleep_for(std::chrono::microseconds(delay));
+        }
+        const Guard guard(d.lock);
+        ++d.calls;
+        return d.gone ? static_cast<int>(IA_ERR_FAILED) : d.sensor.call(cmd, opt, data);
+    }
+
+    std::string name() const override { return "simulator"; }
+    std::string device() const override { return "simulated motor zoom camera"; }
+
+    DeviceState state(double* since) const override {
+        Device& d = simulated_ia::device();
+        const Guard guard(d.lock);
+        if (since != nullptr) {
+            *since = d.gone ? static_cast<double>(d.sensor.microseconds() - d.goneAt) / 1e6 : 0;
+        }
+        return d.gone ? DeviceState::Gone : DeviceState::Present;
+    }
+
+    CommandState about(unsigned int cmd) const override {
+        CommandState about;
+        const int row = findCommand(cmd);
+        about.supported = row >= 0 || isReadOnly(cmd);
+        about.readable = about.supported && !isStep(cmd);
+        if (row < 0) {
+            return about;
+        }
+        Device& d = simulated_ia::device();
+        const Guard guard(d.lock);
+        if (const Dependency* blocker = d.sensor.blocker(cmd)) {
+            about.inactive = true;
+            about.blocker = blocker->blocker;
+            about.blockerCommand = blocker->master;
+        }
+        const char* failure = d.gone ? "the sensor is unplugged" : d.sensor.failure(row);
+        about.lastFailure = failure != nullptr ? failure : "";
+        return about;
+    }
+
+    void onEvent(std::function<void(const LayerEvent&)> listener) override {
+        simulated_ia::device().events.listen(std::move(listener));
+    }
+};
+
 } // namespace
 
+std::shared_ptr<Layer> layer() {
+    static const std::shared_ptr<Layer> instance = std::make_shared<SimulatedLayer>();
+    return instance;
+}
+
 void reset() {
-    std::shared_ptr<const Observer> old; // goes after the lock: its captures are the host's
+    observe(nullptr);
     Device& d = device();
     const Guard guard(d.lock);
     d.sensor.reset();
     d.calls = 0;
-    d.trace = nullptr;
-    d.observer.swap(old);
+    d.gone = false;
     d.delay = 0;
 }
 
@@ -77,20 +152,12 @@ void setTimeOfDaySource(int (*minutesOfDay)()) {
     d.sensor.minutesOfDay = minutesOfDay != nullptr ? minutesOfDay : localMinutes;
 }
 
-void traceTo(FILE* file) {
-    Device& d = device();
-    const Guard guard(d.lock);
-    d.trace = file;
-}
-
 void observe(std::function<void(const Call&)> observer) {
-    std::shared_ptr<const Observer> shared;
-    if (observer) {
-        shared = std::make_shared<const Observer>(std::move(observer));
-    }
+    // What it was goes last, after the lock: ending waits for an observer that may come here itself.
+    Observation observation = observer ? image_adjust::observe(std::move(observer)) : Observation();
     Device& d = device();
-    const Guard guard(d.lock);
-    d.observer.swap(shared);
+    const Guard guard(d.observing);
+    d.observation.swap(observation);
 }
 
 unsigned long callCount() {
@@ -115,6 +182,73 @@ void setLight(unsigned int level) {
     Device& d = device();
     const Guard guard(d.lock);
     d.sensor.setLight(level);
+}
+
+void unplug() {
+    Device& d = device();
+    const Guard guard(d.lock);
+    if (!d.gone) {
+        d.gone = true;
+        d.goneAt = d.sensor.microseconds();
+        d.events.send({LayerEvent::Kind::DeviceGone, 0, 0});
+    }
+}
+
+void plugIn() {
+    Device& d = device();
+    const Guard guard(d.lock);
+    if (d.gone) {
+        d.sensor.powerUp();
+        d.gone = false;
+        d.events.send({LayerEvent::Kind::DeviceBack, 0, 0});
+    }
+}
+
+bool changeFromOutside(unsigned int cmd, int value) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    if (d.gone || !d.sensor.change(cmd, value)) {
+        return false;
+    }
+    d.events.send({LayerEvent::Kind::ValueChanged, cmd, value});
+    return true;
+}
+
+void setFog(unsigned int level) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    d.sensor.world.fog = static_cast<int>(std::min(level, 100U));
+}
+
+void setLamp(unsigned int level) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    d.sensor.world.lamp = static_cast<int>(std::min(level, 100U));
+}
+
+void setShake(unsigned int level) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    d.sensor.world.shake = static_cast<int>(std::min(level, 100U));
+}
+
+World world() {
+    Device& d = device();
+    const Guard guard(d.lock);
+    return d.sensor.world;
+}
+
+SensorState sensorState(const Assumptions& assumptions) {
+    Device& d = device();
+    const Guard guard(d.lock);
+    if (assumptions.empty()) {
+        return d.sensor.state();
+    }
+    SimulatedSensor other = d.sensor;
+    for (const auto& assumption : assumptions) {
+        other.assume(assumption.first, assumption.second);
+    }
+    return other.state();
 }
 
 bool lampOn() {
@@ -156,30 +290,3 @@ void setLie(const Lie& lie) {
 }
 
 } // namespace simulated_ia
-
-extern "C" int ia_ioctrl(unsigned int cmd, unsigned int opt, void* data) {
-    using namespace simulated_ia;
-    Device& d = device();
-    // Outside the lock: the calls of several threads take their time side by side.
-    if (const unsigned int delay = d.delay) {
-        std::this_thread::sleep_for(std::chrono::microseconds(delay));
-    }
-    Words in;
-    Words out;
-    int result = 0;
-    std::shared_ptr<const Observer> observer;
-    {
-        const Guard guard(d.lock);
-        ++d.calls;
-        result = d.sensor.call(cmd, opt, data, in, out);
-        if (d.trace != nullptr) {
-            writeTrace(d.trace, cmd, opt, in, out, result);
-        }
-        observer = d.observer;
-    }
-    if (observer) {
-        (*observer)(Call{cmd, opt, std::vector<int>(in.word, in.word + in.count),
-                         std::vector<int>(out.word, out.word + out.count), result});
-    }
-    return result;
-}

@@ -1,26 +1,24 @@
 #pragma once
 
-#include <cstdio>
 #include <functional>
+#include <memory>
 #include <vector>
 
-/// The second face of the simulated image-adjust layer, for whoever hosts the camera: it shows what
-/// the layer was asked, sets what the sensor sees, and makes commands fail. Every function may be
-/// called by any thread at any time. The library never sees it.
+#include "Entry.h"
+#include "Layer.h"
+
+/// The second face of the simulated image-adjust layer, for whoever hosts the camera: it gives the
+/// layer, sets what the sensor sees, and makes commands fail. Every function may be called by any
+/// thread at any time. The library never sees it.
 namespace simulated_ia {
 
-/// One call of ia_ioctrl.
-struct Call {
-    unsigned int cmd;
-    unsigned int opt;
-    std::vector<int> in;  ///< words handed over; empty for reads
-    std::vector<int> out; ///< words after the call; empty for failed reads
-    int result;
-};
+/// The simulated layer, of which a process has one: "simulator". To be chosen with
+/// image_adjust::setLayer.
+std::shared_ptr<image_adjust::Layer> layer();
 
 /// Back to the state of a sensor just switched on: every value its default, nothing limited, no
-/// fault, no lie, daylight, no trace, no observer, no delay, the lens at rest. The time sources
-/// stay.
+/// fault, no lie, daylight, plugged in, no observer, no delay, the lens at rest. The time sources
+/// stay, and whoever listens to the layer's events, who is told nothing.
 void reset();
 
 /// Where the lens takes its time from: microseconds since an arbitrary start. Null: the machine's
@@ -32,16 +30,12 @@ void setTimeSource(long long (*microseconds)());
 /// 0 .. 1439. Null: the machine's local time, as at process start. Called as the source above.
 void setTimeOfDaySource(int (*minutesOfDay)());
 
-/// Writes a line for every call: "ia CMD OPT WORDS_IN WORDS_OUT RESULT". The file stays the
-/// caller's and is flushed after every line; null ends the trace.
-void traceTo(FILE* file);
+/// Shows every call of the process's ia_ioctrl to one observer, in place of the one before, until
+/// reset() or an empty one; see image_adjust::observe.
+void observe(std::function<void(const image_adjust::Call&)> observer);
+typedef image_adjust::Call Call;
 
-/// Calls the observer after every call of the layer, on the thread that made it and outside the
-/// layer's lock, so that it may itself use the layer and these functions. Empty: none. A call under
-/// way while the observer is replaced may still reach the old one.
-void observe(std::function<void(const Call&)> observer);
-
-/// The number of calls of ia_ioctrl since reset().
+/// The number of calls of the layer since reset().
 unsigned long callCount();
 
 /// Makes a command fail.
@@ -57,6 +51,18 @@ void failNthCall(unsigned long n, int code);
 /// thresholds of commands 145 and 146, unless the mode of command 144 fixes the state or the clock
 /// decides it.
 void setLight(unsigned int level);
+
+/// Pulls the sensor out: every call fails with IA_ERR_FAILED, the layer's state is gone, and its
+/// listener is told. Out already: nothing happens.
+void unplug();
+
+/// Puts it back, as switched on: every value its default. The light, restrictions and faults stay.
+/// The layer's listener is told. In already: nothing happens.
+void plugIn();
+
+/// Changes a value as another program would, past ia_ioctrl; the layer's listener is told.
+/// @return false for a value or command that a set would refuse, and while it is unplugged
+bool changeFromOutside(unsigned int cmd, int value);
 
 /// Whether the infrared lamp is lit now: by night, when it is switched on (command 160) and has any
 /// strength in the mode of command 161.

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "host/Operation.h"
+
+namespace host {
+
+/// How a camera is switched on.
+struct CameraOptions {
+    std::string device;              ///< the device tree; empty: see defaultDeviceTree()
+    std::string program = "imgctl";  ///< who owns it, for the second that asks
+    std::string layer = "simulator"; ///< "simulator", "v4l2:/dev/video0", "so:PATH"
+
+    std::optional<int> deviceType;     ///< 1, 4, 8 or 9; kept in the device tree
+    std::optional<std::string> detail; ///< in place of the module list's
+    int framesPerSecond = 25;          ///< of the video stream
+
+    struct Clock {
+        int hour = 0;
+        int minute = 0;
+        int second = 0;
+    };
+    std::optional<Clock> clock; ///< the time of day at the start; none: the machine's
+    double speed = 1;           ///< camera seconds per second, above 0, at most 1e6
+
+    std::optional<int> debugLevel; ///< how much the library reports; kept in the device tree
+    bool abort = false;            ///< end the process at a failed assertion; kept there too
+
+    FILE* trace = nullptr; ///< a line for each call of layer and video module; the caller's
+
+    std::size_t queue = 256;    ///< requests that may wait
+    bool schemeWinsBack = true; ///< changes by other programs are taken back; else they stay until
+                                ///< the next switch
+    bool dayNightByPicture = true; ///< where the device has no day/night state of its own
+};
+
+/// Why a camera was not switched on.
+struct StartProblem {
+    enum class Kind {
+        None,
+        Tree,   ///< no device tree, or a part of it is missing or broken
+        Owned,  ///< another program has it
+        Layer,  ///< no such layer or device
+        Option, ///< an option that cannot be
+        File,   ///< a file of the tree cannot be written
+    };
+    Kind kind = Kind::None;
+    std::string text;         ///< a sentence's part with what is wrong and what to do
+    std::string ownerProgram; ///< of Owned
+    long ownerProcess = 0;
+
+    explicit operator bool() const { return kind != Kind::None; }
+};
+
+} // namespace host

@@ -1,0 +1,300 @@
+#include "host/Core.h"
+
+#include <algorithm>
+
+#include "SensorConfig.h"
+#include "host/Exchange.h"
+#include "host/SchemeFiles.h"
+#include "host/Text.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kLongestName = 64;
+
+bool isWindowKey(u32 key) {
+    return key >= KEY_SCHEME_ENABLE && key <= KEY_SCHEME_END_MIN;
+}
+
+} // namespace
+
+bool Camera::Core::timedScheme(int number, Work& work) const {
+    if (m_memory.isTimed(number)) {
+        return true;
+    }
+    refuse(work, Reason::NoScheme,
+           number == m_memory.timed() ? "the default scheme is never changed or saved"
+                                      : "no scheme " + std::to_string(number));
+    return false;
+}
+
+SchemeOutcome Camera::Core::saveOne(int number) {
+    SchemeOutcome outcome;
+    outcome.scheme = number;
+    m_memory.refresh(*m_controller, number);
+    const int fault = m_memory.describe(number).windowFault;
+    if (fault != 0) {
+        outcome.refusal = windowRefusal(fault);
+        return outcome;
+    }
+    if (number == m_scheme) {
+        m_controller->flush();
+    } else {
+        outcome.refusal = saveValues(number, m_memory.records(number));
+    }
+    m_memory.refreshSaved(number);
+    outcome.saved = m_memory.unsaved(number) == 0 && !m_memory.describe(number).fileMissing;
+    if (outcome.saved) {
+        outcome.refusal = {};
+    } else if (outcome.refusal.reason == Reason::None) {
+        outcome.refusal.reason = Reason::Storage;
+        outcome.refusal.detail = storageProblem();
+    }
+    return outcome;
+}
+
+void Camera::Core::handle(const Save& operation, Work& work) {
+    if (operation.scheme && !timedScheme(*operation.scheme, work)) {
+        return;
+    }
+    const ScheduleHold hold(*this);
+    m_memory.refresh(*m_controller, m_scheme);
+    std::string saved;
+    bool failed = false;
+    for (int number = 0; number < m_memory.timed(); ++number) {
+        if (operation.scheme ? number != *operation.scheme : m_memory.unsaved(number) == 0) {
+            continue;
+        }
+        const SchemeOutcome outcome = saveOne(number);
+        work.outcome.schemes.push_back(outcome);
+        if (outcome.saved) {
+            saved += (saved.empty() ? "" : ", ") + std::to_string(number);
+        } else if (!failed) {
+            failed = true;
+            work.outcome.refusal = outcome.refusal;
+        }
+    }
+    if (failed) {
+        work.outcome.result = saved.empty() ? Result::Refused : Result::Partly;
+    }
+    if (!saved.empty()) {
+        work.entry.kind = JournalEntry::Kind::Saved;
+        work.entry.note = "saved " + saved;
+    }
+}
+
+void Camera::Core::handle(const SwitchScheme& operation, Work& work) {
+    if (!m_memory.exists(operation.scheme)) {
+        refuse(work, Reason::NoScheme, "no scheme " + std::to_string(operation.scheme));
+        return;
+    }
+    if (m_trial) {
+        endTrial("the scheme was switched", work.origin);
+    }
+    dropOverlays(); // the library sends only values in which the two schemes differ
+    m_controller->setParamScheme(operation.scheme);
+    noticeScheme(&work.origin);
+    work.outcome.scheme = m_scheme;
+    settleSoon(std::chrono::milliseconds(20));
+}
+
+void Camera::Core::handle(const SetMode& operation, Work& work) {
+    m_controller->setParamMode(operation.bySchedule ? 1 : 0);
+    if (m_bySchedule != operation.bySchedule) {
+        work.entry.kind = JournalEntry::Kind::Mode;
+        work.entry.note = operation.bySchedule ? "the schedule is on" : "the schedule is off";
+        m_nextFor = -1;
+    }
+    m_bySchedule = operation.bySchedule;
+    noticeScheme();
+}
+
+void Camera::Core::handle(const SetWindow& operation, Work& work) {
+    if (!timedScheme(operation.scheme, work)) {
+        return;
+    }
+    const int fault = windowFault(operation.window);
+    if (fault != 0) {
+        work.outcome.result = Result::Refused;
+        work.outcome.refusal = windowRefusal(fault);
+        return;
+    }
+    const ScheduleHold hold(*this);
+    const std::vector<Pair> pairs = windowPairs(operation.window);
+    if (knownKeys(pairs, work)) {
+        recordAll(operation.scheme, pairs, work);
+    }
+}
+
+void Camera::Core::handle(const CopyScheme& operation, Work& work) {
+    if (!timedScheme(operation.to, work) || !m_memory.exists(operation.from)) {
+        if (m_memory.isTimed(operation.to)) {
+            refuse(work, Reason::NoScheme, "no scheme " + std::to_string(operation.from));
+        }
+        return;
+    }
+    const ScheduleHold hold(*this);
+    m_memory.refresh(*m_controller, operation.from);
+    std::vector<Pair> pairs;
+    for (const u32 key : m_memory.keys()) {
+        if (operation.window || !isWindowKey(key)) {
+            pairs.push_back({key, *m_memory.stored(operation.from, key)});
+        }
+    }
+    if (operation.to == m_scheme) {
+        applyAll(pairs, Manner::Record, work);
+    } else {
+        recordAll(operation.to, pairs, work);
+    }
+}
+
+void Camera::Core::handle(const NameScheme& operation, Work& work) {
+    if (!timedScheme(operation.scheme, work)) {
+        return;
+    }
+    const std::string name = trim(operation.name);
+    if (name.size() > kLongestName || printable(name) != name) {
+        refuse(work, Reason::Text, "a name has at most 64 bytes and no control character");
+        return;
+    }
+    std::map<int, std::string> names = schemeNames();
+    names[operation.scheme] = name;
+    const Refusal refusal = saveSchemeNames(names);
+    if (refusal.reason != Reason::None) {
+        work.outcome.result = Result::Refused;
+        work.outcome.refusal = refusal;
+        return;
+    }
+    m_memory.setName(operation.scheme, name);
+    work.entry.kind = JournalEntry::Kind::Mode;
+    work.entry.note = "scheme " + std::to_string(operation.scheme) + " is called " + quoted(name);
+}
+
+void Camera::Core::handle(const Reload& /*operation*/, Work& work) {
+    const ScheduleHold hold(*this);
+    if (m_trial) {
+        endTrial("the saved values came back", work.origin);
+    }
+    dropOverlays();
+    m_memory.refresh(*m_controller, m_scheme);
+    const SchemeMemory::Values before = m_memory.values(m_scheme);
+    const bool done = m_controller->resetToLastParameters();
+    m_memory.refresh(*m_controller, m_scheme);
+    const SchemeMemory::Values after = m_memory.values(m_scheme);
+    for (std::size_t i = 0; i < before->size(); ++i) {
+        addChange(work, {m_memory.keys()[i], m_scheme, (*before)[i], (*after)[i]});
+    }
+    m_nextFor = -1;
+    if (!done) {
+        work.outcome.result = Result::Partly;
+        work.outcome.refusal.reason = Reason::LayerFault;
+        for (const u32 key : m_memory.keys()) {
+            const Parameter* about = parameter(key);
+            if (about != nullptr && m_watch.failure(about->command, m_operation)) {
+                const std::optional<int> saved = m_memory.saved(m_scheme, key);
+                work.outcome.refusal = refusalOf(*about, saved.value_or(0));
+                KeyOutcome refused;
+                refused.key = key;
+                refused.wanted = saved.value_or(0);
+                refused.result = KeyResult::Refused;
+                refused.refusal = work.outcome.refusal;
+                work.outcome.keys.push_back(refused);
+            }
+        }
+    }
+    settleSoon(std::chrono::milliseconds(20));
+}
+
+void Camera::Core::handle(const Reset& /*operation*/, Work& work) {
+    if (m_trial) {
+        endTrial("the camera was reset", work.origin);
+    }
+    m_overlays.clear();
+    m_controller->resetParameters();
+    m_uiTexts.provide();
+    m_bySchedule = true;
+    loadAll();
+    settle(false);
+    work.entry.kind = JournalEntry::Kind::Scheme;
+    work.entry.origin.cause = Cause::Reset;
+    work.entry.schemeBefore = work.outcome.scheme;
+    work.entry.schemeAfter = work.outcome.scheme = m_scheme;
+    work.entry.note = "back to the factory values";
+    // Old files that could not be removed are loaded again as if nothing had happened.
+    for (int number = 0; number < m_memory.timed(); ++number) {
+        const Scheme& after = m_memory.describe(number);
+        const bool old = !hasFactoryValues(number);
+        if (old || after.fileMissing || after.unsaved != 0) {
+            SchemeOutcome outcome;
+            outcome.scheme = number;
+            outcome.refusal.reason = Reason::Storage;
+            outcome.refusal.detail =
+                old ? schemeFile(number) +
+                          " could not be removed; what was saved before is still in force"
+                    : "scheme " + std::to_string(number) + " is not saved: " + storageProblem();
+            work.outcome.schemes.push_back(outcome);
+            work.outcome.result = Result::Partly;
+            work.outcome.refusal = outcome.refusal;
+        }
+    }
+}
+
+/// Whether a scheme is as a reset makes it: the factory values but for its switch, and for what a
+/// camera that switches by day and night sets for the night.
+bool Camera::Core::hasFactoryValues(int number) const {
+    for (const u32 key : m_memory.keys()) {
+        if (!isWindowKey(key) && !(m_dayNightSchemes && number == 1) &&
+            m_memory.stored(number, key) != m_memory.stored(m_memory.timed(), key)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Camera::Core::handle(const Import& operation, Work& work) {
+    readDevice(true);
+    publish();
+    const std::vector<Assignment> assignments =
+        readText(*m_snapshot, operation.text, work.outcome.lines);
+    work.outcome.count = assignments.size();
+    if (!work.outcome.lines.empty()) {
+        refuse(work, Reason::Text, "nothing is changed");
+        return;
+    }
+    const ScheduleHold hold(*this);
+    work.outcome.scheme = m_scheme;
+    std::map<int, std::vector<Pair>> wanted;
+    for (const Assignment& assignment : assignments) {
+        wanted[assignment.scheme].push_back(assignment.pair);
+        work.outcome.changed +=
+            m_memory.stored(assignment.scheme, assignment.pair.key) != assignment.pair.value ? 1
+                                                                                             : 0;
+    }
+    if (operation.dryRun) {
+        return;
+    }
+    // The scheme in force comes first: its values alone can be refused by the device.
+    if (wanted.count(m_scheme) != 0) {
+        applyAll(wanted[m_scheme], Manner::Record, work);
+        if (work.outcome.refusal.reason != Reason::None) {
+            return;
+        }
+    }
+    for (const auto& [number, pairs] : wanted) {
+        if (number != m_scheme) {
+            recordAll(number, pairs, work);
+        }
+    }
+    for (const auto& scheme : wanted) {
+        m_memory.refresh(*m_controller, scheme.first);
+        const bool needed = m_memory.unsaved(scheme.first) != 0;
+        work.outcome.schemes.push_back(needed ? saveOne(scheme.first)
+                                              : SchemeOutcome{scheme.first, true, {}});
+        if (!work.outcome.schemes.back().saved) {
+            work.outcome.result = Result::Partly;
+            work.outcome.refusal = work.outcome.schemes.back().refusal;
+        }
+    }
+}
+
+} // namespace host

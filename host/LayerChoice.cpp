@@ -1,0 +1,49 @@
+#include "host/LayerChoice.h"
+
+#include "LibraryLayer.h"
+#include "LinuxFramework.h"
+#include "SimulatedImageAdjust.h"
+#include "SimulatedPictureSource.h"
+#include "host/Snapshot.h"
+#include "host/Text.h"
+
+namespace host {
+namespace {
+
+const char kSimulator[] = "simulator";
+const char kLibrary[] = "so:";
+const char kVideoDevice[] = "v4l2:";
+
+bool startsWith(const std::string& text, const std::string& beginning) {
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+} // namespace
+
+std::shared_ptr<image_adjust::Layer> openLayer(const std::string& name, std::string& problem) {
+    if (name == kSimulator) {
+        simulated_ia::setTimeSource(linux_framework::deviceMicroseconds);
+        simulated_ia::setTimeOfDaySource([] { return cameraTime().minuteOfDay(); });
+        return simulated_ia::layer();
+    }
+    if (startsWith(name, kLibrary) && name.size() > sizeof kLibrary - 1) {
+        return image_adjust::openLibraryLayer(name.substr(sizeof kLibrary - 1), problem);
+    }
+    problem = "no layer " + quoted(name) + "; allowed: simulator, so:PATH";
+    return nullptr;
+}
+
+std::unique_ptr<image_adjust::PictureSource> pictureBeside(const std::string& name) {
+    if (name != kSimulator) {
+        return nullptr;
+    }
+    simulated_ia::SimulatedPictureOptions options;
+    options.time = [] { return dateText(cameraTime()) + " " + clockText(cameraTime()); };
+    return std::make_unique<simulated_ia::SimulatedPictureSource>(options);
+}
+
+std::string deviceOfLayer(const std::string& name) {
+    return startsWith(name, kVideoDevice) ? name.substr(sizeof kVideoDevice - 1) : std::string();
+}
+
+} // namespace host

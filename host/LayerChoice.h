@@ -1,0 +1,23 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Layer.h"
+#include "PictureSource.h"
+
+namespace host {
+
+/// Makes a layer by its name on a command line: "simulator", "so:PATH", "v4l2:DEVICE".
+/// @param problem  receives what is wrong and what is allowed
+/// @return null when there is none of that name, or it cannot be opened
+std::shared_ptr<image_adjust::Layer> openLayer(const std::string& name, std::string& problem);
+
+/// The picture of a layer that has none of its own because a program without pictures links it too:
+/// the simulator's. Null for every other layer.
+std::unique_ptr<image_adjust::PictureSource> pictureBeside(const std::string& name);
+
+/// The device file of a layer's name, such as "/dev/video0"; empty for a layer without one.
+std::string deviceOfLayer(const std::string& name);
+
+} // namespace host

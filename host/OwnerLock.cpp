@@ -1,0 +1,99 @@
+#include "host/OwnerLock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "host/Text.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kLongestNote = 128;
+
+/// A folder for lock files that every program of this user, and for devices every user, finds.
+std::string lockFolder() {
+    for (const char* folder : {"/run/lock", "/tmp"}) {
+        if (access(folder, W_OK) == 0) {
+            return folder;
+        }
+    }
+    const char* temporary = std::getenv("TMPDIR");
+    return temporary != nullptr && temporary[0] == '/' ? temporary : "/tmp";
+}
+
+int openLockFile(const std::string& path) {
+    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    const int made = open(path.c_str(), kFlags | O_CREAT, 0666);
+    // In a sticky folder the file of another user may be opened, but not with O_CREAT.
+    return made >= 0 ? made : open(path.c_str(), kFlags);
+}
+
+std::string nameOf(const char* prefix, const struct stat& about) {
+    return lockFolder() + "/imgctl-" + prefix + "-" + std::to_string(about.st_dev) + "-" +
+           std::to_string(about.st_ino) + ".lock";
+}
+
+} // namespace
+
+OwnerLock::~OwnerLock() {
+    release();
+}
+
+OwnerLock::Result OwnerLock::take(const std::string& path, const std::string& program) {
+    release();
+    m_ownerProgram.clear();
+    m_ownerProcess = 0;
+    const int descriptor = openLockFile(path);
+    if (descriptor < 0) {
+        return Result::Failed;
+    }
+    if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+        char note[kLongestNote] = {};
+        const ssize_t length = pread(descriptor, note, sizeof note, 0);
+        close(descriptor);
+        const std::vector<std::string> parts =
+            words(std::string(note, length > 0 ? static_cast<std::size_t>(length) : 0), 3);
+        int process = 0;
+        if (parts.size() >= 2 && readInt(parts[1], process)) {
+            m_ownerProgram = printable(parts[0]);
+            m_ownerProcess = process;
+        }
+        return Result::Owned;
+    }
+    const std::string note = program.substr(0, 64) + " " + std::to_string(getpid()) + "\n";
+    // The lock is what counts; a note that cannot be written leaves the owner without a name.
+    const bool noted =
+        ftruncate(descriptor, 0) == 0 &&
+        pwrite(descriptor, note.data(), note.size(), 0) == static_cast<ssize_t>(note.size());
+    static_cast<void>(noted);
+    m_descriptor = descriptor;
+    return Result::Taken;
+}
+
+void OwnerLock::release() {
+    if (m_descriptor >= 0) {
+        // The name goes with the owner; the file stays, as another may be waiting to lock it.
+        static_cast<void>(ftruncate(m_descriptor, 0) == 0);
+        close(m_descriptor);
+        m_descriptor = -1;
+    }
+}
+
+std::string treeLockPath(const std::string& tree) {
+    struct stat about {};
+    if (access(tree.c_str(), W_OK) == 0 || stat(tree.c_str(), &about) != 0) {
+        return tree + "/.owner";
+    }
+    return nameOf("tree", about); // a tree that cannot be written has an owner all the same
+}
+
+std::string cameraLockPath(const std::string& device) {
+    struct stat about {};
+    return stat(device.c_str(), &about) == 0 ? nameOf("camera", about) : std::string();
+}
+
+} // namespace host
