@@ -1,0 +1,90 @@
+#include <algorithm>
+
+#include "host/Names.h"
+#include "host/Sentences.h"
+#include "host/api/Documents.h"
+
+namespace host::api {
+namespace {
+
+const char* kindName(JournalEntry::Kind kind) {
+    switch (kind) {
+        case JournalEntry::Kind::Values:
+            return "values";
+        case JournalEntry::Kind::Scheme:
+            return "scheme";
+        case JournalEntry::Kind::Mode:
+            return "mode";
+        case JournalEntry::Kind::Saved:
+            return "saved";
+        case JournalEntry::Kind::Trial:
+            return "trial";
+        case JournalEntry::Kind::Layer:
+            return "layer";
+    }
+    return "";
+}
+
+Json changeDocument(const Snapshot& snapshot, const Change& change, int language) {
+    const Parameter* const parameter = snapshot.parameter(change.key);
+    const auto shown = [&](const std::optional<int>& value) -> Json {
+        if (!value || parameter == nullptr) {
+            return nullptr;
+        }
+        return valueText(*parameter, *value, language);
+    };
+    return {
+        {"key", change.key},
+        {"name", parameter != nullptr ? parameter->shortName : std::to_string(change.key)},
+        {"label", parameter != nullptr ? parameter->label(language) : std::to_string(change.key)},
+        {"scheme", change.scheme < 0 ? Json(nullptr) : Json(change.scheme)},
+        {"old", orNull(change.before)},
+        {"new", orNull(change.after)},
+        {"old_text", shown(change.before)},
+        {"new_text", shown(change.after)}};
+}
+
+} // namespace
+
+Json entryDocument(const Snapshot& snapshot, const Journal&, const JournalEntry& entry,
+                   int language) {
+    Json changes = Json::array();
+    for (const Change& change : entry.changes) {
+        changes.push_back(changeDocument(snapshot, change, language));
+    }
+    // What people asked for can be taken back; what the clock or the device did comes by itself.
+    const bool undoable = entry.kind == JournalEntry::Kind::Values &&
+                          entry.origin.cause == Cause::Request && !entry.changes.empty();
+    return {{"id", entry.id},
+            {"sequence", entry.sequence},
+            {"kind", kindName(entry.kind)},
+            {"time", timestamp(entry.cameraTime)},
+            {"machine_time", machineTimestamp(entry.machineTime)},
+            {"who", textOrNull(entry.origin.who)},
+            {"client", textOrNull(entry.origin.client)},
+            {"cause", name(entry.origin.cause)},
+            {"scheme_before", entry.schemeBefore},
+            {"scheme", entry.schemeAfter},
+            {"scheme_title", schemeTitle(snapshot, entry.schemeAfter)},
+            {"text", textOrNull(entry.note)},
+            {"undoable", undoable},
+            {"changes", std::move(changes)}};
+}
+
+Json historyDocument(const Snapshot& snapshot, const Journal& journal, std::size_t most, u32 key,
+                     int language) {
+    Json list = Json::array();
+    const std::vector<Journal::Entry> entries = journal.newest(Journal::kMostEntries);
+    // Newest first, as people read it.
+    for (auto entry = entries.rbegin(); entry != entries.rend() && list.size() < most; ++entry) {
+        const auto& changes = (*entry)->changes;
+        if (key == 0 || std::any_of(changes.begin(), changes.end(),
+                                    [key](const Change& change) { return change.key == key; })) {
+            list.push_back(entryDocument(snapshot, journal, **entry, language));
+        }
+    }
+    return {
+        {"boot", journal.bootId()}, {"sequence", journal.sequence()}, {"entries", std::move(list)}};
+}
+
+} // namespace host::api
