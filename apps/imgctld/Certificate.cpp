@@ -1,0 +1,56 @@
+#include "Certificate.h"
+
+#include <gnutls/x509.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace imgctld {
+namespace {
+
+bool readText(const std::string& path, std::string& text, std::string& problem) {
+    std::ifstream file(path, std::ios::binary);
+    text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    if (!file || text.empty()) {
+        problem = path + ": " + (errno != 0 ? std::strerror(errno) : "empty");
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool readCertificate(const std::string& certificate, const std::string& key,
+                     http::HttpServer::Tls& tls, long long& expires, std::string& problem) {
+    struct stat status {};
+    if (stat(key.c_str(), &status) != 0) {
+        problem = key + ": " + std::strerror(errno);
+        return false;
+    }
+    if ((status.st_mode & 077U) != 0) {
+        problem = key + " can be read by others; chmod 600 it";
+        return false;
+    }
+    http::HttpServer::Tls read;
+    if (!readText(certificate, read.certificate, problem) || !readText(key, read.key, problem)) {
+        return false;
+    }
+    gnutls_x509_crt_t parsed = nullptr;
+    gnutls_x509_crt_init(&parsed);
+    gnutls_datum_t data = {reinterpret_cast<unsigned char*>(&read.certificate[0]),
+                           static_cast<unsigned int>(read.certificate.size())};
+    const int error = gnutls_x509_crt_import(parsed, &data, GNUTLS_X509_FMT_PEM);
+    expires = error == 0 ? gnutls_x509_crt_get_expiration_time(parsed) : 0;
+    gnutls_x509_crt_deinit(parsed);
+    if (error != 0) {
+        problem = certificate + ": " + gnutls_strerror(error);
+        return false;
+    }
+    tls = std::move(read);
+    return true;
+}
+
+} // namespace imgctld

@@ -1,0 +1,475 @@
+#include "Service.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <ctime>
+
+#include "host/Camera.h"
+#include "host/api/Json.h"
+
+namespace imgctld {
+
+using host::api::Json;
+
+namespace {
+
+constexpr char kApi[] = "/api/v1";
+constexpr auto kTimeEvery = std::chrono::seconds(10);
+constexpr auto kSaveEvery = std::chrono::seconds(2);
+
+MonotonicTime now() {
+    return std::chrono::steady_clock::now();
+}
+
+http::Response toHttp(const host::api::Response& response) {
+    http::Response result;
+    result.status = response.status;
+    result.headers.push_back({"Content-Type", response.type});
+    if (response.retryAfter > 0) {
+        result.headers.push_back({"Retry-After", std::to_string(response.retryAfter)});
+    }
+    result.body = response.body;
+    return result;
+}
+
+http::Response refuse(unsigned int status, const char* code, const std::string& detail,
+                      int retryAfter = 0) {
+    host::api::Response response = host::api::problem(status, code, detail);
+    response.retryAfter = retryAfter;
+    return toHttp(response);
+}
+
+/// The paths of the API that are the service's own; all others are the camera's.
+struct OwnRoute {
+    const char* method;
+    const char* path; ///< with a blank at its end: anything may follow
+    access_control::Role needs;
+    bool open; ///< for everybody
+};
+constexpr OwnRoute kOwn[] = {
+    {"GET", "/api/v1/session", access_control::Role::Monitor, true},
+    {"POST", "/api/v1/login", access_control::Role::Monitor, true},
+    {"POST", "/api/v1/logout", access_control::Role::Monitor, true},
+    {"GET", "/api/v1/users", access_control::Role::Administrator, false},
+    {"POST", "/api/v1/users", access_control::Role::Administrator, false},
+    {"PUT", "/api/v1/users/ ", access_control::Role::Administrator, false},
+    {"DELETE", "/api/v1/users/ ", access_control::Role::Administrator, false},
+    {"GET", "/api/v1/tokens", access_control::Role::Administrator, false},
+    {"POST", "/api/v1/tokens", access_control::Role::Administrator, false},
+    {"DELETE", "/api/v1/tokens/ ", access_control::Role::Administrator, false},
+    {"GET", "/api/v1/events", access_control::Role::Viewer, false},
+    {"GET", "/picture.jpg", access_control::Role::Viewer, false},
+    {"GET", "/video.mjpg", access_control::Role::Viewer, false},
+    {"GET", "/metrics", access_control::Role::Monitor, false},
+    {"GET", "/health", access_control::Role::Monitor, false},
+};
+
+const OwnRoute* findOwn(const std::string& method, const std::string& path, bool& pathKnown) {
+    pathKnown = false;
+    for (const OwnRoute& route : kOwn) {
+        const std::string own = route.path;
+        const bool open = own.back() == ' ';
+        const bool same = open ? path.compare(0, own.size() - 1, own, 0, own.size() - 1) == 0 &&
+                                     path.size() > own.size() - 1
+                               : path == own;
+        pathKnown = pathKnown || same;
+        if (same && method == route.method) {
+            return &route;
+        }
+    }
+    return nullptr;
+}
+
+/// What a request asks for, as far as its head tells.
+struct Target {
+    bool found = false;
+    bool open = false; ///< no login needed
+    access_control::Role needs = access_control::Role::Monitor;
+    std::size_t mostBody = host::api::kMostBody;
+    const char* bodyType = nullptr;
+    std::string methods; ///< that the path has, when not found
+};
+
+Target targetOf(const http::Request& request) {
+    Target target;
+    bool pathKnown = false;
+    if (const OwnRoute* const own = findOwn(request.method, request.path, pathKnown)) {
+        target.found = true;
+        target.open = own->open;
+        target.needs = own->needs;
+        return target;
+    }
+    if (pathKnown) {
+        target.methods = "another method";
+        return target;
+    }
+    if (request.path.compare(0, sizeof kApi - 1, kApi) == 0) {
+        const host::api::Route* const route = host::api::findRoute(
+            request.method, request.path.substr(sizeof kApi - 1), target.methods);
+        if (route != nullptr) {
+            target.found = true;
+            target.needs = route->needs;
+            target.mostBody = route->mostBody;
+            target.bodyType = route->bodyType;
+        }
+        return target;
+    }
+    if (findPageFile(request.path) != nullptr) {
+        target.found = request.method == "GET" || request.method == "HEAD";
+        target.methods = "GET";
+        target.open = true;
+    }
+    return target;
+}
+
+bool isHealthy(const host::Camera& camera) {
+    return camera.busySeconds() < 10;
+}
+
+} // namespace
+
+Service::Service(host::Camera& camera, ServiceOptions options)
+    : m_camera(camera),
+      m_options(std::move(options)),
+      m_api(camera),
+      m_pictures(camera.pictures(), m_streams),
+      m_events(camera, m_streams),
+      m_certificateExpires(m_options.certificateExpires),
+      m_accounts(std::make_shared<const access_control::Accounts>()) {}
+
+Service::~Service() = default;
+
+std::shared_ptr<const access_control::Accounts> Service::accounts() const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_accounts;
+}
+
+bool Service::loginNeeded() const {
+    return !m_options.noLogin && !accounts()->users.empty();
+}
+
+std::string Service::cookieName(bool encrypted) const {
+    // Cookies of all ports of a host are one bag, so the port is in the name.
+    const bool safe = encrypted || m_options.names.publicUrl.compare(0, 8, "https://") == 0;
+    return safe ? "__Host-imgctl" : "imgctl-" + std::to_string(m_options.names.port);
+}
+
+Identity Service::identify(const http::Request& request) {
+    if (request.local) {
+        const bool own = request.uid == getuid() || request.uid == 0;
+        return {std::string(), "local", own ? Role::Administrator : Role::Monitor, own, false};
+    }
+    if (!loginNeeded()) {
+        return {std::string(), "open:" + clientAddress(request, m_options.names),
+                Role::Administrator, true, false};
+    }
+    const std::string* const authorization = request.header("authorization");
+    if (authorization != nullptr) {
+        const auto known = accounts();
+        if (authorization->compare(0, 7, "Bearer ") == 0) {
+            const access_control::Token* const token =
+                access_control::tokenOf(*known, authorization->substr(7), std::time(nullptr));
+            if (token != nullptr) {
+                const std::lock_guard<std::mutex> guard(m_lock);
+                m_tokenUse[token->name] = std::time(nullptr);
+                return {"token " + token->name, "token:" + token->name, token->role, true, true};
+            }
+        }
+        return {};
+    }
+    const std::string* const cookies = request.header("cookie");
+    if (cookies == nullptr) {
+        return {};
+    }
+    const std::string secret = cookieValue(*cookies, cookieName(request.encrypted));
+    return m_sessions.find(secret, now()).value_or(Identity{});
+}
+
+std::string Service::streamOwner(const http::Request& request, const Identity& who) const {
+    return who.session.empty() ? clientAddress(request, m_options.names) : who.session;
+}
+
+http::Response Service::refusalOf(const http::Request& request, const Identity& who, Role needs) {
+    if (who.known) {
+        const char* const least = access_control::nameOf(needs);
+        return refuse(403, "not_allowed",
+                      std::string("Only ") + (*least == 'a' || *least == 'o' ? "an " : "a ") +
+                          least + " may do that.");
+    }
+    // A wrong token is a guess like a wrong password.
+    if (request.header("authorization") != nullptr) {
+        m_guesses.wrong(limitKey(clientAddress(request, m_options.names)), now());
+        return refuse(401, "not_logged_in", "This token is wrong, or has run out.");
+    }
+    return refuse(401, "not_logged_in", "Log in first.");
+}
+
+bool Service::head(const http::Request& request, std::size_t& mostBody, http::Response& refusal) {
+    const Target target = targetOf(request);
+    const HeadProblem wrong = checkHead(request, m_options.names, target.bodyType);
+    if (wrong.status != 0) {
+        refusal = refuse(wrong.status, "bad_request", wrong.text);
+    } else if (!target.found) {
+        refusal = target.methods.empty()
+                      ? refuse(404, "not_found", "There is nothing of that name.")
+                      : refuse(405, "method", "This path takes " + target.methods + ".");
+    } else {
+        mostBody = target.mostBody;
+        if (target.open) {
+            return true;
+        }
+        const std::string address = limitKey(clientAddress(request, m_options.names));
+        const double wait =
+            request.header("authorization") != nullptr ? m_guesses.wait(address, now()) : 0;
+        if (wait > 0) {
+            refusal =
+                refuse(429, "too_many_tries", "Too many wrong tries.", static_cast<int>(wait) + 1);
+        } else {
+            // Whether it may at all is decided before its body is read.
+            const Identity who = identify(request);
+            if (who.known && who.role >= target.needs) {
+                return true;
+            }
+            refusal = refusalOf(request, who, target.needs);
+        }
+    }
+    const auto added = problem(0); // the headers that every answer has
+    refusal.headers.insert(refusal.headers.end(), added.headers.begin(), added.headers.end());
+    return false;
+}
+
+http::Response Service::problem(unsigned int status) {
+    http::Response response;
+    if (status == 413) {
+        response = refuse(413, "too_large", "The body is too large.");
+    } else if (status == 503) {
+        response = refuse(503, "stopping", "The service stops.");
+    } else if (status != 0) {
+        response = refuse(status, "failed", "The request failed.");
+    }
+    response.headers.push_back({"Cross-Origin-Resource-Policy", "same-origin"});
+    response.headers.push_back({"Referrer-Policy", "no-referrer"});
+    response.headers.push_back({"X-Content-Type-Options", "nosniff"});
+    response.headers.push_back({"Cache-Control", "no-store"});
+    return response;
+}
+
+void Service::answer(const Shared& exchange, http::Response response) {
+    const auto added = problem(0);
+    response.headers.insert(response.headers.end(), added.headers.begin(), added.headers.end());
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        ++m_answers[response.status];
+    }
+    exchange->answer(std::move(response));
+}
+
+void Service::log(const std::string& line) {
+    // To the service's own log: the library's is for the library's faults.
+    std::fprintf(stderr, "imgctld: %s\n", escaped(line, 1000).c_str());
+}
+
+void Service::handle(Shared exchange) {
+    const http::Request& request = exchange->request();
+    const Identity who = identify(request);
+    if (who.known) {
+        exchange->known();
+    }
+    const std::string& path = request.path;
+    if (path == "/picture.jpg") {
+        picture(exchange);
+    } else if (path == "/video.mjpg") {
+        video(exchange, who);
+    } else if (path == "/metrics") {
+        metrics(exchange);
+    } else if (path == "/health") {
+        health(exchange);
+    } else if (path.compare(0, sizeof kApi - 1, kApi) == 0) {
+        handleApi(exchange, who, path.substr(sizeof kApi - 1));
+    } else if (!pageFile(exchange, path)) {
+        answer(exchange, refuse(404, "not_found", "There is nothing of that name."));
+    }
+}
+
+void Service::handleApi(const Shared& exchange, const Identity& who, const std::string& path) {
+    const http::Request& request = exchange->request();
+    const auto begins = [&path](const char* text) {
+        return path.compare(0, std::char_traits<char>::length(text), text) == 0;
+    };
+    if (path == "/login") {
+        return login(exchange);
+    }
+    if (path == "/logout") {
+        return logout(exchange, who);
+    }
+    if (path == "/session") {
+        return session(exchange, who);
+    }
+    if (path == "/events") {
+        return events(exchange, who);
+    }
+    if (begins("/users")) {
+        return users(exchange, who, path);
+    }
+    if (begins("/tokens")) {
+        return tokens(exchange, who, path);
+    }
+    if (path == "/save") {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (now() - m_lastSave < kSaveEvery) {
+            exchange->answer(refuse(429, "too_many", "It was saved just now.", 2));
+            return;
+        }
+        m_lastSave = now();
+    }
+    host::api::Request asked;
+    asked.method = request.method;
+    asked.path = path;
+    for (const http::Header& argument : request.query) {
+        asked.query.emplace_back(argument.name, argument.value);
+    }
+    asked.body = request.body;
+    asked.who = who.name;
+    asked.client = streamOwner(request, who);
+    m_api.handle(asked, [this, exchange](const host::api::Response& response) {
+        answer(exchange, toHttp(response));
+    });
+}
+
+void Service::events(const Shared& exchange, const Identity& who) {
+    const http::Request& request = exchange->request();
+    const unsigned long number =
+        m_streams.open(streamOwner(request, who), StreamList::Kind::Events,
+                       m_options.mostEventsOfSession, m_options.mostEventsOfSession * 100);
+    if (number == 0) {
+        answer(exchange,
+               refuse(429, "too_many", "This session has as many event streams as may be."));
+        return;
+    }
+    const std::string* const last = request.header("last-event-id");
+    const std::string* const lastArgument = request.argument("last");
+    const std::string* const language = request.argument("lang");
+    http::Response response = problem(0);
+    response.headers.push_back({"Content-Type", "text/event-stream; charset=utf-8"});
+    http::StreamOptions options;
+    options.gone = [this, number] { m_streams.close(number); };
+    std::string from;
+    if (last != nullptr || lastArgument != nullptr) {
+        from = last != nullptr ? *last : *lastArgument;
+    }
+    m_streams.attach(
+        number, exchange->stream(
+                    std::move(response),
+                    m_events.stream(from, language != nullptr ? std::atoi(language->c_str()) : 0),
+                    options));
+}
+
+void Service::video(const Shared& exchange, const Identity& who) {
+    const http::Request& request = exchange->request();
+    if (!m_options.pictureOpen && !loginNeeded() && !request.local) {
+        answer(exchange,
+               refuse(403, "not_allowed", "A real camera's picture needs a user, or --no-login."));
+        return;
+    }
+    const unsigned long number =
+        m_streams.open(streamOwner(request, who), StreamList::Kind::Video,
+                       m_options.mostVideosOfSession, m_options.mostVideos);
+    if (number == 0) {
+        answer(exchange, refuse(503, "too_many_videos",
+                                std::to_string(m_streams.count(StreamList::Kind::Video)) +
+                                    " people watch already: ask for single pictures.",
+                                2));
+        return;
+    }
+    http::Response response = problem(0);
+    response.headers.push_back(
+        {"Content-Type",
+         std::string("multipart/x-mixed-replace; boundary=") + Pictures::kBoundary});
+    http::StreamOptions options;
+    options.sendBuffer = 128 * 1024;
+    options.unchunked = true;
+    options.gone = [this, number] { m_streams.close(number); };
+    m_streams.attach(number, exchange->stream(std::move(response), m_pictures.video(), options));
+}
+
+void Service::picture(const Shared& exchange) {
+    const http::Request& request = exchange->request();
+    if (!m_options.pictureOpen && !loginNeeded() && !request.local) {
+        answer(exchange,
+               refuse(403, "not_allowed", "A real camera's picture needs a user, or --no-login."));
+        return;
+    }
+    m_pictures.single([this, exchange](Pictures::Bytes jpeg, const std::string& why) {
+        if (jpeg == nullptr) {
+            answer(exchange, refuse(503, "no_picture", "There is no picture: " + why + ".", 2));
+            return;
+        }
+        http::Response response;
+        response.headers.push_back({"Content-Type", "image/jpeg"});
+        response.body = std::move(jpeg);
+        answer(exchange, std::move(response));
+    });
+}
+
+void Service::health(const Shared& exchange) {
+    const auto snapshot = m_camera.snapshot();
+    const bool well = snapshot != nullptr && isHealthy(m_camera);
+    http::Response response = toHttp({});
+    // A camera that is unplugged is a state, no fault of this service.
+    response.status = well ? 200 : 503;
+    response.body = std::make_shared<const std::string>(host::api::text(
+        {{"healthy", well},
+         {"busy_seconds", static_cast<long long>(m_camera.busySeconds())},
+         {"layer", snapshot != nullptr && snapshot->layer.present ? "present" : "gone"}}));
+    answer(exchange, std::move(response));
+}
+
+bool Service::pageFile(const Shared& exchange, const std::string& path) {
+    const PageFile* const file = findPageFile(path);
+    if (file == nullptr) {
+        return false;
+    }
+    http::Response response;
+    response.headers = {
+        {"Content-Type", file->type},
+        {"Content-Security-Policy",
+         "default-src 'self'; img-src 'self' blob:; object-src 'none'; base-uri 'none'; "
+         "form-action 'none'; frame-ancestors 'none'; require-trusted-types-for 'script'"},
+        {"Cross-Origin-Opener-Policy", "same-origin"},
+    };
+    response.body = std::make_shared<const std::string>(file->data, file->size);
+    answer(exchange, std::move(response));
+    return true;
+}
+
+void Service::tick() {
+    const MonotonicTime at = now();
+    if (at - m_lastTick >= kTimeEvery) {
+        m_lastTick = at;
+        m_events.tick();
+    }
+    struct stat status {};
+    FileStamp stamp;
+    if (!m_options.usersFile.empty() && stat(m_options.usersFile.c_str(), &status) == 0) {
+        stamp = {status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec,
+                 static_cast<long long>(status.st_ino), static_cast<long long>(status.st_size)};
+    }
+    bool changed = false;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        changed = !(stamp == m_usersStamp);
+    }
+    std::string wrong;
+    if (changed && !readUsers(wrong)) {
+        log(wrong + "; the users stay as they were");
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_usersStamp = stamp; // said once
+    }
+    for (const std::string& ended : m_sessions.revise(*accounts(), at)) {
+        m_streams.endOf(ended);
+    }
+}
+
+} // namespace imgctld

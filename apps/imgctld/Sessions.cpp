@@ -1,0 +1,149 @@
+#include "Sessions.h"
+
+#include <algorithm>
+
+#include "host/access/Secrets.h"
+
+namespace imgctld {
+
+using access_control::Accounts;
+using access_control::User;
+
+namespace {
+
+constexpr unsigned int kFreeTries = 5;
+constexpr auto kBetweenTries = std::chrono::seconds(1);
+constexpr auto kForgiven = std::chrono::minutes(1);
+constexpr std::size_t kMostAddresses = 10000;
+
+} // namespace
+
+std::string Sessions::open(const User& user, MonotonicTime now) {
+    std::string secret = access_control::randomHex(16);
+    const std::lock_guard<std::mutex> guard(m_lock);
+    if (m_sessions.size() >= kMost) {
+        const auto oldest = std::min_element(
+            m_sessions.begin(), m_sessions.end(),
+            [](const auto& one, const auto& other) { return one.second.used < other.second.used; });
+        m_sessions.erase(oldest);
+    }
+    m_sessions[access_control::secrets::sha256(secret)] =
+        Session{user, "session:" + std::to_string(++m_numbers), now, now};
+    return secret;
+}
+
+std::optional<Identity> Sessions::find(const std::string& secret, MonotonicTime now) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    // Looked up by its digest: how far a wrong secret fits tells nothing about a right one.
+    const auto found = m_sessions.find(access_control::secrets::sha256(secret));
+    if (found == m_sessions.end()) {
+        return std::nullopt;
+    }
+    Session& session = found->second;
+    if (over(session, now)) {
+        m_sessions.erase(found);
+        return std::nullopt;
+    }
+    session.used = now;
+    return Identity{session.user.name, session.number, session.user.role, true, false};
+}
+
+void Sessions::close(const std::string& secret) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_sessions.erase(access_control::secrets::sha256(secret));
+}
+
+std::vector<std::string> Sessions::revise(const Accounts& accounts, MonotonicTime now) {
+    std::vector<std::string> ended;
+    const std::lock_guard<std::mutex> guard(m_lock);
+    for (auto i = m_sessions.begin(); i != m_sessions.end();) {
+        const User* const user = accounts.user(i->second.user.name);
+        const bool same = user != nullptr && user->role == i->second.user.role &&
+                          user->hash == i->second.user.hash;
+        if (same && !over(i->second, now)) {
+            ++i;
+            continue;
+        }
+        ended.push_back(i->second.number);
+        i = m_sessions.erase(i);
+    }
+    return ended;
+}
+
+PasswordQueue::PasswordQueue() : m_thread([this] { run(); }) {}
+
+PasswordQueue::~PasswordQueue() {
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_ending = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+}
+
+bool PasswordQueue::check(std::optional<User> user, std::string password,
+                          std::function<void(bool)> done) {
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (m_jobs.size() >= kMostWaiting || m_ending) {
+            return false;
+        }
+        m_jobs.push_back({std::move(user), std::move(password), std::move(done)});
+    }
+    m_changed.notify_all();
+    return true;
+}
+
+void PasswordQueue::run() {
+    std::unique_lock<std::mutex> guard(m_lock);
+    for (;;) {
+        m_changed.wait(guard, [this] { return m_ending || !m_jobs.empty(); });
+        if (m_ending) {
+            return;
+        }
+        const Job job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+        guard.unlock();
+        job.done(access_control::passwordFits(job.user ? &*job.user : nullptr, job.password));
+        guard.lock();
+    }
+}
+
+double GuessLimit::wait(const std::string& address, MonotonicTime now) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    const auto found = m_tries.find(address);
+    if (found == m_tries.end()) {
+        return 0;
+    }
+    if (now - found->second.last > kForgiven) {
+        m_tries.erase(found);
+        return 0;
+    }
+    if (found->second.wrong < kFreeTries) {
+        return 0;
+    }
+    const std::chrono::duration<double> left = found->second.last + kBetweenTries - now;
+    return std::max(left.count(), 0.0);
+}
+
+void GuessLimit::wrong(const std::string& address, MonotonicTime now) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    if (m_tries.size() >= kMostAddresses) {
+        for (auto i = m_tries.begin(); i != m_tries.end();) {
+            i = now - i->second.last > kForgiven ? m_tries.erase(i) : std::next(i);
+        }
+        if (m_tries.size() >= kMostAddresses) {
+            m_tries.clear();
+        }
+    }
+    Tries& tries = m_tries[address];
+    ++tries.wrong;
+    tries.last = now;
+}
+
+void GuessLimit::right(const std::string& address) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_tries.erase(address);
+}
+
+} // namespace imgctld

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/access/Accounts.h"
+
+namespace imgctld {
+
+using MonotonicTime = std::chrono::steady_clock::time_point;
+
+/// Who sends a request, as far as it is known.
+struct Identity {
+    std::string name;    ///< empty: nobody, or everybody where no login is needed
+    std::string session; ///< its number for limits and for ending; "token:NAME", "local", or empty
+    access_control::Role role = access_control::Role::Monitor;
+    bool known = false; ///< it has shown who it is, or need not
+    bool byToken = false;
+};
+
+/// The logins of people: in memory, bound to a random number that the browser keeps. They end after
+/// 12 hours, after 30 minutes without use, and when the account changes. Any thread.
+class Sessions {
+public:
+    static constexpr auto kLongest = std::chrono::hours(12);
+    static constexpr auto kIdle = std::chrono::minutes(30);
+    static constexpr std::size_t kMost = 1000;
+
+    /// @return the secret of a new session: 128 random bits
+    std::string open(const access_control::User& user, MonotonicTime now);
+
+    /// Who a secret belongs to. Counts as use.
+    std::optional<Identity> find(const std::string& secret, MonotonicTime now);
+
+    void close(const std::string& secret);
+
+    /// Ends sessions whose user is gone or has another role or password.
+    /// @return the numbers of those that ended, these and such as have run out
+    std::vector<std::string> revise(const access_control::Accounts& accounts, MonotonicTime now);
+
+private:
+    struct Session {
+        access_control::User user;
+        std::string number;
+        MonotonicTime opened;
+        MonotonicTime used;
+    };
+    static bool over(const Session& session, MonotonicTime now) {
+        return now - session.opened > kLongest || now - session.used > kIdle;
+    }
+
+    std::mutex m_lock;
+    std::map<std::string, Session> m_sessions; ///< by the digest of the secret
+    unsigned long m_numbers = 0;
+};
+
+/// Checks passwords one after the other on a thread of its own: a hash takes long and much memory.
+class PasswordQueue {
+public:
+    static constexpr std::size_t kMostWaiting = 8;
+
+    PasswordQueue();
+    ~PasswordQueue();
+    PasswordQueue(const PasswordQueue&) = delete;
+    PasswordQueue& operator=(const PasswordQueue&) = delete;
+
+    /// @param user  empty: no such user
+    /// @param done  called once, on the queue's thread
+    /// @return false when as many wait as may
+    bool check(std::optional<access_control::User> user, std::string password,
+               std::function<void(bool fits)> done);
+
+private:
+    struct Job {
+        std::optional<access_control::User> user;
+        std::string password;
+        std::function<void(bool)> done;
+    };
+    void run();
+
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::deque<Job> m_jobs;
+    bool m_ending = false;
+    std::thread m_thread;
+};
+
+/// Slows down who guesses: after five wrong tries from an address, one a second for a minute. Any
+/// thread.
+class GuessLimit {
+public:
+    /// @return seconds to wait before the next try, 0: now
+    double wait(const std::string& address, MonotonicTime now);
+    void wrong(const std::string& address, MonotonicTime now);
+    void right(const std::string& address);
+
+private:
+    struct Tries {
+        unsigned int wrong = 0;
+        MonotonicTime last{};
+    };
+    std::mutex m_lock;
+    std::map<std::string, Tries> m_tries;
+};
+
+} // namespace imgctld

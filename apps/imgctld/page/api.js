@@ -1,0 +1,41 @@
+// The camera's interface. Every answer is a document, or a problem with a sentence.
+
+import { language } from './words.js';
+
+const base = '/api/v1';
+let loggedOut = () => {};
+
+/** Who is told that a login is needed, or needed again. */
+export function onLoggedOut(listener) { loggedOut = listener; }
+
+export class Problem extends Error {
+  constructor(status, document) {
+    super(document.detail ?? String(status));
+    this.status = status;
+    this.document = document;
+  }
+}
+
+/** Asks the camera. @throws Problem for a refusal, TypeError when nobody answers */
+export async function ask(method, path, body, { signal, type } = {}) {
+  const headers = {};
+  let data;
+  if (method !== 'GET') {
+    headers['Content-Type'] = type ?? 'application/json';
+    data = type ? body : JSON.stringify(body ?? {});
+  }
+  const mark = path.includes('?') ? '&' : '?';
+  const answer = await fetch(`${base}${path}${mark}lang=${language()}`,
+    { method, headers, body: data, signal, credentials: 'same-origin', cache: 'no-store' });
+  const kind = answer.headers.get('Content-Type') ?? '';
+  const document = kind.includes('json') ? await answer.json() : { text: await answer.text() };
+  if (answer.ok) return document;
+  if (answer.status === 401 && path !== '/login') loggedOut();
+  throw new Problem(answer.status, document);
+}
+
+export const get = (path, options) => ask('GET', path, undefined, options);
+export const put = (path, body) => ask('PUT', path, body);
+export const post = (path, body) => ask('POST', path, body);
+export const patch = (path, body) => ask('PATCH', path, body);
+export const remove = path => ask('DELETE', path);

@@ -1,0 +1,146 @@
+// The line at the top: which camera, what time it has, which scheme is in force and why; and the lines
+// below it that concern everything: connection, device, encryption.
+
+import { byId, fill, make, setText, show } from './dom.js';
+import { post } from './api.js';
+import { get } from './api.js';
+import { connect, link } from './link.js';
+import { on, readSession, store, tell } from './store.js';
+import { choose, language, word } from './words.js';
+
+const name = make('strong', { class: 'name' });
+const clock = make('time', { class: 'clock' });
+const scheme = make('span', { class: 'scheme' });
+const watching = make('span', { class: 'quiet-text' });
+const user = make('span', { class: 'user' });
+const logout = make('button', { type: 'button', class: 'quiet', onclick: () => leave() });
+const languages = make('select', { class: 'languages', onchange: () => changeLanguage(Number(languages.value)) });
+const bands = new Map(); // name -> element
+
+export async function setUp() {
+  fill(byId('head'), name, clock, scheme, make('span', { class: 'space' }), watching, user, languages, logout);
+  setInterval(tick, 500);
+  await fillLanguages().catch(() => {});
+}
+
+export async function fillLanguages() {
+  const list = (await get('/languages')).languages;
+  fill(languages, list.map(one => make('option', { value: one.id, textContent: one.name })));
+  languages.value = language();
+  languages.setAttribute('aria-label', word('language'));
+}
+
+async function changeLanguage(id) {
+  try { localStorage.setItem('language', String(id)); } catch { /* not kept then */ }
+  await choose(id);
+  tell('language');
+  await connect();
+}
+
+async function leave() {
+  await post('/logout').catch(() => {});
+  tell('login', word('loggedOut'));
+}
+
+// Camera time between two words of the camera: it runs on at the speed that those two show.
+let known = null; // { camera, here, speed }
+function hearTime(text) {
+  const camera = Date.parse(`${text}Z`);
+  const here = performance.now();
+  const speed = known && here - known.here > 2000
+    ? Math.max(0, (camera - known.camera) / (here - known.here)) : known?.speed ?? 1;
+  known = { camera, here, speed };
+}
+
+export function cameraTime() {
+  if (!known) return null;
+  const going = store.link === 'live' ? performance.now() - known.here : 0;
+  return new Date(known.camera + going * known.speed);
+}
+
+function tick() {
+  const time = cameraTime();
+  if (time) setText(clock, time.toISOString().slice(11, 19));
+  const differs = time && Math.abs(known.speed - 1) < 0.1 && store.link === 'live' &&
+    Math.abs(((time.getTime() - Date.now() + new Date().getTimezoneOffset() * 60000) % 86400000)) > 120000;
+  band('clock', differs ? word('clockDiffers', { camera: time.toISOString().slice(11, 16), here: new Date().toTimeString().slice(0, 5) }) : '', 'thin');
+  if (store.link === 'lost') {
+    band('lost', word('lost', { time: link.heard?.toTimeString().slice(0, 8) ?? '-', seconds: Math.max(0, Math.ceil((link.next - Date.now()) / 1000)) }),
+      'error', [make('button', { type: 'button', onclick: connect }, word('now'))]);
+  } else band('lost', '');
+}
+
+/** A line for everybody, by its name; an empty text takes it away. */
+export function band(key, text, kind = '', extra = []) {
+  let element = bands.get(key);
+  if (!text) {
+    element?.remove();
+    bands.delete(key);
+    return;
+  }
+  if (!element) {
+    element = make('div', {}, make('span'), make('span', { class: 'extra' }));
+    bands.set(key, element);
+    byId('bands').append(element);
+  }
+  element.className = `band ${kind}`;
+  setText(element.firstChild, text);
+  const signature = extra.map(one => one.textContent).join();
+  if (element.dataset.extra !== signature) {
+    element.dataset.extra = signature;
+    fill(element.lastChild, extra);
+  }
+}
+
+function update() {
+  const camera = store.camera;
+  const session = store.session;
+  if (camera) {
+    const title = camera.layer.device ?? camera.layer.name;
+    setText(name, title);
+    document.title = title;
+    hearTime(camera.time);
+    const until = camera.next ? ` → ${camera.next.time}` : '';
+    setText(scheme, `[${camera.scheme.default ? '-' : camera.scheme.number}] ${camera.scheme.title}${until}, ${camera.scheme.reason_text}`);
+    scheme.title = camera.scheme.reason_text;
+    const gone = camera.layer.state === 'gone';
+    band('gone', gone ? word('gone', { device: camera.layer.device ?? camera.layer.name, seconds: camera.layer.gone_seconds }) : '', 'warn');
+    band('manual', camera.mode === 'manual' ? word('byHand') : '', 'thin',
+      session?.can.administrate ? [make('button', { type: 'button', onclick: () => tell('mode', 'schedule') }, word('followSchedule'))] : []);
+  }
+  if (session) {
+    setText(user, session.user ? `${session.user} (${session.role})` : '');
+    setText(logout, word('logout'));
+    show(logout, session.login_needed && session.logged_in);
+    band('plain', !session.encrypted && !session.local ? word('notEncrypted') : '', 'thin');
+    band('open', session.login_needed ? '' : word('openToAll'), 'thin',
+      [make('button', { type: 'button', class: 'quiet', title: word('addUserHow'), onclick: () => alertHow() }, word('addUser'))]);
+    band('look', session.logged_in && !session.can.change ? word('mayLook') : '', 'thin');
+  }
+}
+
+function alertHow() {
+  const dialog = make('dialog', { class: 'sheet', onclose: () => dialog.remove() },
+    make('p', {}, word('addUserHow')),
+    make('button', { type: 'button', onclick: () => dialog.close() }, word('close')));
+  document.body.append(dialog);
+  dialog.showModal();
+}
+
+on('camera', update);
+on('session', update);
+on('link', () => { document.body.classList.toggle('lost', store.link === 'lost'); tick(); update(); });
+on('time', event => {
+  hearTime(event.time);
+  setText(watching, event.watching ? word('watching', { count: event.watching }) : '');
+});
+
+// A right that was taken away, or a login that has ended, shows within two seconds.
+setInterval(() => {
+  if (document.hidden || store.link !== 'live') return;
+  const before = store.session?.role;
+  readSession().then(session => {
+    if (!session.logged_in) tell('login', '');
+    else if (before !== session.role) connect();
+  }).catch(() => {});
+}, 1500);

@@ -1,0 +1,216 @@
+// Groups, tabs and their controls: found by group, by search, or by what is unsaved.
+
+import { byId, fill, make, setText, show } from './dom.js';
+import { rowOf, valueText } from './controls.js';
+import { get } from './api.js';
+import { on, store, targetIsInForce, targetScheme, tell } from './store.js';
+import { word } from './words.js';
+
+let filter = 'all';
+let search = '';
+let chosen = null;
+let built = '';
+
+const searchBox = make('input', { type: 'search', id: 'search', oninput: () => { search = searchBox.value.trim(); layout(); } });
+const filters = ['all', 'unsaved', 'factory'].map(name =>
+  make('button', { type: 'button', 'data-filter': name, onclick: () => { filter = name; layout(); } }));
+const target = make('select', { id: 'target', onchange: () => choose(Number(target.value)) });
+const targetLabel = make('label', { htmlFor: 'target' });
+const targetNote = make('p', { class: 'target-note', hidden: true });
+const back = make('button', { type: 'button', onclick: () => choose(store.camera.scheme.number) });
+
+export function setUp() {
+  fill(byId('find'),
+    make('div', { class: 'search' }, searchBox, make('div', { class: 'filters', role: 'group' }, ...filters)),
+    make('div', { class: 'target' }, targetLabel, target), targetNote);
+  document.addEventListener('keydown', event => {
+    const typing = event.target.matches?.('input[type=text], input[type=search], input[type=password], select, textarea');
+    if (event.key === '/' && !typing && !event.ctrlKey && !event.metaKey) {
+      event.preventDefault();
+      searchBox.focus();
+    } else if (event.key === 'Escape' && event.target === searchBox) {
+      searchBox.value = '';
+      search = '';
+      layout();
+    }
+  });
+}
+
+async function choose(scheme) {
+  const inForce = scheme === store.camera.scheme.number;
+  store.target = inForce ? null : scheme;
+  if (!inForce) await readOther(scheme);
+  tell('target');
+  showTarget();
+}
+
+/** The values of a scheme that is not in force. */
+async function readOther(scheme) {
+  const document = await get(`/schemes/${scheme}`);
+  store.others ??= new Map();
+  store.others.set(scheme, new Map(document.values.map(one => [one.key, one])));
+}
+
+function showTarget() {
+  setText(targetLabel, word('appliesTo'));
+  const wanted = store.schemes.filter(scheme => !scheme.default || scheme.in_force);
+  const options = wanted.map(scheme => ({
+    value: scheme.number,
+    text: scheme.in_force ? word('inForce', { scheme: scheme.title }) : scheme.title,
+  }));
+  const signature = JSON.stringify(options);
+  if (target.dataset.signature !== signature) {
+    target.dataset.signature = signature;
+    fill(target, options.map(option => make('option', { value: option.value, textContent: option.text })));
+  }
+  target.value = targetScheme();
+  const other = store.camera && !targetIsInForce();
+  document.body.classList.toggle('other-scheme', Boolean(other));
+  const scheme = store.schemes.find(one => one.number === targetScheme());
+  setText(back, word('backToInForce'));
+  if (other && scheme) fill(targetNote, word('notInForce', { scheme: scheme.title }), back);
+  else if (store.camera?.scheme.default) fill(targetNote, word('outsideWindows'));
+  else fill(targetNote);
+  show(targetNote, targetNote.textContent !== '');
+}
+
+const isShown = parameter => parameter.element === 'notice' ||
+  (parameter.control !== 'none' && !parameter.flags.includes('window') && parameter.tab);
+
+function wanted(parameter) {
+  if (search) {
+    const text = `${parameter.label} ${parameter.name} ${parameter.key} ${parameter.symbol}`.toLowerCase();
+    return search.toLowerCase().split(/\s+/).every(part => text.includes(part));
+  }
+  if (filter === 'unsaved') return parameter.saved !== null && parameter.value !== parameter.saved;
+  if (filter === 'factory') return parameter.factory !== null && parameter.value !== parameter.factory;
+  return true;
+}
+
+/** Names that are a few letters away from what was searched for. */
+function nearest(text) {
+  const distance = (a, b) => {
+    let line = Array.from({ length: b.length + 1 }, (_, i) => i);
+    for (let i = 1; i <= a.length; i++) {
+      const next = [i];
+      for (let j = 1; j <= b.length; j++) {
+        next[j] = Math.min(next[j - 1] + 1, line[j] + 1, line[j - 1] + (a[i - 1] === b[j - 1] ? 0 : 1));
+      }
+      line = next;
+    }
+    return line[b.length];
+  };
+  return [...store.parameters.values()].filter(isShown)
+    .map(parameter => ({ label: parameter.label, away: distance(text.toLowerCase(), parameter.label.toLowerCase()) }))
+    .filter(one => one.away <= Math.max(2, text.length / 3))
+    .sort((a, b) => a.away - b.away).slice(0, 3).map(one => one.label);
+}
+
+function emptyText() {
+  if (search) {
+    const names = nearest(search);
+    return `${word('nothingFound', { text: search })} ${names.length ? word('nearest', { names: names.join(', ') }) : ''}`;
+  }
+  if (filter === 'unsaved') return word('nothingUnsaved');
+  if (filter === 'factory') return word('allFactory');
+  return word('noSettings');
+}
+
+function countUnsaved(tab) {
+  return tab.parameters.map(key => store.parameters.get(key))
+    .filter(parameter => parameter && isShown(parameter) && parameter.saved !== null && parameter.value !== parameter.saved).length;
+}
+
+/** Builds the list: all tabs of the chosen group below each other, or what was found. */
+function layout() {
+  searchBox.placeholder = word('search');
+  searchBox.setAttribute('aria-label', word('search'));
+  for (const button of filters) {
+    setText(button, word({ all: 'all', unsaved: 'unsavedOnly', factory: 'notFactory' }[button.dataset.filter]) +
+      (button.dataset.filter === 'unsaved' && store.camera?.unsaved.count ? ` ${store.camera.unsaved.count}` : ''));
+    button.setAttribute('aria-pressed', String(filter === button.dataset.filter));
+  }
+  const groups = store.groups.map(group => ({
+    ...group,
+    tabs: group.tabs.map(tab => ({ ...tab, keys: tab.parameters.filter(key => {
+      const parameter = store.parameters.get(key);
+      return parameter && isShown(parameter);
+    }) })).filter(tab => tab.keys.length),
+  })).filter(group => group.tabs.length);
+  const everywhere = search !== '' || filter !== 'all';
+  if (!groups.some(group => group.id === chosen)) chosen = groups[0]?.id ?? null;
+  const nav = groups.map(group => make('div', { class: 'group' },
+    make('button', { type: 'button', class: 'group-name', 'aria-pressed': String(!everywhere && group.id === chosen),
+      onclick: () => { chosen = group.id; clearSearch(); layout(); byId('list').scrollTop = 0; } }, group.label || word('otherSettings')),
+    ...(group.id === chosen && !everywhere ? group.tabs.map(tab => {
+      const count = countUnsaved(tab);
+      return make('button', { type: 'button', class: 'tab-name',
+        onclick: () => byId(`tab-${tab.key}`)?.scrollIntoView({ block: 'start' }) },
+        tab.label, count ? make('span', { class: 'count' }, String(count)) : null);
+    }) : [])));
+  const visible = everywhere ? groups : groups.filter(group => group.id === chosen);
+  const sections = [];
+  for (const group of visible) {
+    for (const tab of group.tabs) {
+      const keys = tab.keys.filter(key => wanted(store.parameters.get(key)));
+      const elements = keys.map(rowOf).filter(Boolean).map(row => row.element);
+      if (elements.length) sections.push({ tab, keys, elements });
+    }
+  }
+  const navSignature = JSON.stringify([nav.map(one => one.textContent), chosen, everywhere]);
+  if (byId('groups').dataset.signature !== navSignature) {
+    byId('groups').dataset.signature = navSignature;
+    const focused = document.activeElement?.closest?.('#groups') ? document.activeElement.textContent : null;
+    fill(byId('groups'), nav);
+    if (focused !== null) [...byId('groups').querySelectorAll('button')].find(one => one.textContent === focused)?.focus();
+  }
+  const signature = JSON.stringify([sections.map(section => [section.tab.key, section.tab.label, section.keys]), emptyText()]);
+  if (built === signature) return;
+  built = signature;
+  fill(byId('list'), sections.length
+    ? sections.map(section => make('section', { id: `tab-${section.tab.key}`, 'aria-label': section.tab.label },
+      make('h2', {}, section.tab.label), ...section.elements))
+    : make('p', { class: 'empty' }, emptyText()));
+  for (const section of sections) for (const key of section.keys) rowOf(key)?.update();
+}
+
+function clearSearch() {
+  search = '';
+  searchBox.value = '';
+  filter = 'all';
+}
+
+/** Shows a parameter, whatever was searched for, and puts the focus on it. */
+export function reveal(key) {
+  const parameter = store.parameters.get(key);
+  const group = store.groups.find(one => one.tabs.some(tab => tab.parameters.includes(key)));
+  if (!parameter || !group) return;
+  clearSearch();
+  chosen = group.id;
+  layout();
+  byId(`row${key}`)?.scrollIntoView({ block: 'center' });
+  byId(`c${key}`)?.focus();
+}
+
+export const textOf = (key, value) => valueText(store.parameters.get(key), value);
+
+on('parameters', async () => {
+  if (store.target !== null && store.target === store.camera?.scheme.number) store.target = null;
+  if (store.target !== null) {
+    await readOther(store.target).catch(() => {});
+    tell('target-values');
+  }
+  layout();
+  showTarget();
+});
+on('schemes', showTarget);
+on('camera', () => {
+  // What a person was changing stays what he changes, also when the clock switches meanwhile.
+  if (store.camera && store.inForce !== undefined && store.inForce !== store.camera.scheme.number &&
+      store.target === null && document.activeElement?.closest?.('#list')) {
+    store.target = store.inForce;
+    readOther(store.inForce).then(() => tell('target')).catch(() => {});
+  }
+  store.inForce = store.camera?.scheme.number;
+  showTarget();
+});

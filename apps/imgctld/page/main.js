@@ -1,0 +1,39 @@
+// Puts the page together.
+
+import { byId, fill, make, setText } from './dom.js';
+import { post, put } from './api.js';
+import * as head from './head.js';
+import * as list from './list.js';
+import * as picture from './picture.js';
+import * as save from './save.js';
+import { connect } from './link.js';
+import { on, refreshSoon } from './store.js';
+import { choose, word } from './words.js';
+import './login.js';
+
+function setUpTools() {
+  const freeze = make('button', { type: 'button', 'aria-pressed': 'false', onclick: () => {
+    const frozen = picture.toggleFreeze();
+    freeze.setAttribute('aria-pressed', String(frozen));
+    setText(freeze, word(frozen ? 'unfreeze' : 'freeze'));
+  } }, word('freeze'));
+  fill(byId('tools'), freeze,
+    make('button', { type: 'button', onclick: () => byId('picture').requestFullscreen?.() }, word('full')),
+    make('button', { type: 'button', onclick: picture.saveStill }, word('still1')));
+}
+
+on('restore', key => post('/restore', { keys: [key] }).catch(() => {}).then(() => refreshSoon(0)));
+on('mode', mode => put('/mode', { mode }).catch(() => {}).then(() => refreshSoon(0)));
+on('language', () => setUpTools());
+
+let kept = null;
+try { kept = localStorage.getItem('language'); } catch { /* none is kept then */ }
+const asked = { zh: 1, de: 2 }[navigator.language.slice(0, 2)] ?? 0;
+await choose(kept === null ? asked : Number(kept));
+picture.setUp();
+list.setUp();
+save.setUp();
+setUpTools();
+await connect();
+await head.setUp();
+document.body.dataset.ready = '1';

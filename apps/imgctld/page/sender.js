@@ -1,0 +1,51 @@
+// Values on their way to the camera: one request at a time for each key, and of those that wait only the
+// newest. A request names the scheme that was shown when the movement of the hand began.
+
+import { Problem, put } from './api.js';
+import { store, takeResults, targetIsInForce, targetScheme } from './store.js';
+
+const running = new Map(); // key -> { next }
+export const own = { changes: 0 };
+
+/** A movement of the hand: all its requests are one change to the camera. */
+export function beginGesture() {
+  return {
+    number: 1 + Math.floor(Math.random() * 2147483646),
+    scheme: targetScheme(),
+    record: !targetIsInForce(),
+  };
+}
+
+/** Sends a value. @param done receives the result of the key, or a problem */
+export function send(key, value, gesture, done) {
+  if (store.link === 'lost') return;
+  const busy = running.get(key);
+  if (busy) {
+    busy.next = { value, gesture, done };
+    return;
+  }
+  run(key, { value, gesture, done });
+}
+
+export const isSending = key => running.has(key);
+
+async function run(key, job) {
+  const state = { next: null };
+  running.set(key, state);
+  let result = null;
+  let problem = null;
+  try {
+    const body = { value: job.value, scheme: job.gesture.scheme, gesture: job.gesture.number };
+    if (job.gesture.record) body.record = true;
+    const answer = await put(`/parameters/${key}`, body);
+    own.changes++;
+    takeResults(answer);
+    result = answer.results?.[0] ?? null;
+  } catch (error) {
+    problem = error instanceof Problem ? error : new Problem(0, { detail: null, code: 'no_answer' });
+    takeResults(problem.document);
+  }
+  running.delete(key);
+  if (state.next) run(key, state.next);
+  else job.done(result, problem);
+}

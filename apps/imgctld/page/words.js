@@ -1,0 +1,28 @@
+// The page's own words: a file for each language. What a language lacks is said in English.
+
+let english = {};
+let own = {};
+let chosen = 0;
+
+const files = { 0: 'en', 1: 'zh', 2: 'de' }; // by the number of the camera's languages
+
+async function read(name) {
+  const answer = await fetch(`/words/${name}.json`);
+  return answer.ok ? answer.json() : {};
+}
+
+/** Chooses a language by the camera's number for it. */
+export async function choose(language) {
+  chosen = language;
+  if (!Object.keys(english).length) english = await read('en');
+  own = language !== 0 && files[language] ? await read(files[language]) : {};
+  document.documentElement.lang = files[language] ?? 'en';
+}
+
+export const language = () => chosen;
+
+/** A text by its name, with {names} in it replaced. */
+export function word(name, values = {}) {
+  const text = own[name] ?? english[name] ?? name;
+  return text.replace(/\{(\w+)\}/g, (all, key) => (key in values ? String(values[key]) : all));
+}
