@@ -3,13 +3,15 @@
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabi-g++)
-set(CMAKE_CXX_FLAGS_INIT "-mcpu=arm926ej-s -mfloat-abi=soft -mthumb")
+set(CMAKE_CXX_FLAGS_INIT "-mcpu=arm926ej-s -mfloat-abi=soft -mthumb -Wno-psabi")
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabi)
 
 cmake_path(SET sysroot NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../build/armel-sysroot")
 if(NOT EXISTS "${sysroot}")
     message(FATAL_ERROR "No armel libraries yet; scripts/armel-sysroot fetches them")
 endif()
+# Headers that differ between architectures stand in a folder of their own.
+string(APPEND CMAKE_CXX_FLAGS_INIT " -isystem ${sysroot}/usr/include/arm-linux-gnueabi")
 set(CMAKE_FIND_ROOT_PATH "${sysroot}")
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)

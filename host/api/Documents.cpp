@@ -104,7 +104,7 @@ std::string timeOfDay(int hour, int minute) {
 }
 
 std::string machineTimestamp(long long milliseconds) {
-    const std::time_t seconds = milliseconds / 1000;
+    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
     std::tm parts{};
     gmtime_r(&seconds, &parts);
     char day[32];
