@@ -131,6 +131,7 @@ private:
     KeyOutcome applyOne(const Pair& pair, Manner manner, Work& work);
     KeyOutcome recordOne(int scheme, const Pair& pair, Work& work);
     void seeWhatItTook(const Parameter& parameter, Manner manner, Work& work, KeyOutcome& outcome);
+    std::optional<Limits> limitsNow(const Parameter& about);
     int sendOverlay(const Parameter& parameter, int value);
     static void summarize(Work& work);
 
@@ -180,6 +181,7 @@ private:
     bool bringBack(const Parameter& about, bool again, JournalEntry& entry);
     int bring(const Parameter& parameter);
     void applyWhole();
+    std::optional<int> failureOf(u32 command) const;
     Refusal refusalOf(const Parameter& parameter, int value) const;
     bool deviceGone() const;
 

@@ -42,8 +42,7 @@ SchemeOutcome Camera::Core::saveOne(int number) {
     } else {
         outcome.refusal = saveValues(number, m_memory.records(number));
     }
-    m_memory.refreshSaved(number);
-    outcome.saved = m_memory.unsaved(number) == 0 && !m_memory.describe(number).fileMissing;
+    outcome.saved = m_memory.refreshSaved(number) && m_memory.unsaved(number) == 0;
     if (outcome.saved) {
         outcome.refusal = {};
     } else if (outcome.refusal.reason == Reason::None) {

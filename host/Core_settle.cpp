@@ -5,6 +5,7 @@
 #include "Entry.h"
 #include "ImageAdjustRecords.h"
 #include "LinuxFramework.h"
+#include "Recording.h"
 #include "SensorConfig.h"
 
 namespace host {
@@ -79,7 +80,9 @@ void Camera::Core::readDevice(bool limitsToo) {
             std::optional<Limits> limits = readLimits(about.command);
             other = other ||
                     (isRestricted && limits && read.limits && limits->items != read.limits->items);
-            read.limits = std::move(limits);
+            if (limits) {
+                read.limits = std::move(limits);
+            }
             read.restricted = isRestricted;
         }
         if (other) {
@@ -301,9 +304,22 @@ void Camera::Core::noteOutsideChange(const image_adjust::LayerEvent& event, Jour
     }
 }
 
+/// The failure of the last set of a command in this operation, or in the dry run of it.
+std::optional<int> Camera::Core::failureOf(u32 command) const {
+    const image_adjust::Recording* recording = image_adjust::Recording::current();
+    if (recording == nullptr) {
+        return m_watch.failure(command, m_operation);
+    }
+    const auto& sets = recording->sets();
+    const auto last = std::find_if(sets.rbegin(), sets.rend(),
+                                   [command](const auto& set) { return set.cmd == command; });
+    return last == sets.rend() || last->result == 0 ? std::nullopt
+                                                    : std::optional<int>(last->result);
+}
+
 Refusal Camera::Core::refusalOf(const Parameter& about, int value) const {
     Refusal refusal;
-    const std::optional<int> code = m_watch.failure(about.command, m_operation);
+    const std::optional<int> code = failureOf(about.command);
     const image_adjust::CommandState state = m_layer->about(about.command);
     refusal.code = code.value_or(0);
     refusal.detail = state.lastFailure;

@@ -193,6 +193,16 @@ void Camera::Core::recordAll(int number, const std::vector<Pair>& pairs, Work& w
     summarize(work);
 }
 
+/// What a key takes now; of a device that does not tell, what it told last.
+std::optional<Limits> Camera::Core::limitsNow(const Parameter& about) {
+    std::optional<Limits> limits = readLimits(about.command);
+    if (limits) {
+        return limits;
+    }
+    const Reading& read = reading(about.key);
+    return read.limits ? read.limits : about.style;
+}
+
 /// Records a value without applying it: in a scheme that is not in force, or of a key that no
 /// command carries.
 KeyOutcome Camera::Core::recordOne(int number, const Pair& pair, Work& work) {
@@ -211,9 +221,8 @@ KeyOutcome Camera::Core::recordOne(int number, const Pair& pair, Work& work) {
         outcome.refusal = withReason(Reason::NotInScheme);
         return outcome;
     }
-    const std::optional<Limits> limits = about.storedOnly()
-                                             ? std::optional<Limits>(limitsOfStored(about))
-                                             : readLimits(about.command);
+    const std::optional<Limits> limits =
+        about.storedOnly() ? std::optional<Limits>(limitsOfStored(about)) : limitsNow(about);
     if (limits && !limits->allows(pair.value)) {
         outcome.refusal = outside(*limits);
         return outcome;
@@ -287,9 +296,16 @@ KeyOutcome Camera::Core::applyOne(const Pair& pair, Manner manner, Work& work) {
         again    ? m_controller->restore(static_cast<int>(pair.key))
         : record ? m_controller->setParameter(static_cast<int>(pair.key), pair.value, true)
                  : sendOverlay(about, pair.value);
-    if (result != 0) {
+    // Some of the library's handlers pass over a refusal of the layer.
+    const bool passedOver = result == 0 && failureOf(about.command);
+    if (result != 0 || passedOver) {
         outcome.result = KeyResult::Refused;
         outcome.refusal = refusalOf(about, pair.value);
+        if (passedOver && record && stored) {
+            m_controller->setKeyValToCache(static_cast<u32>(m_scheme), pair.key,
+                                           static_cast<u32>(*stored), false);
+            m_controller->restore(static_cast<int>(pair.key)); // the video module was told, too
+        }
         return outcome;
     }
     m_mustSend.erase(pair.key);
@@ -312,7 +328,8 @@ void Camera::Core::seeWhatItTook(const Parameter& about, Manner manner, Work& wo
     const bool record = manner == Manner::Record && m_memory.isTimed(m_scheme);
     Reading& read = reading(about.key);
     read.value = readValue(about.command);
-    std::optional<int> stored = storedNow(about.key);
+    const std::optional<int> storedBefore = m_memory.stored(m_scheme, about.key);
+    const std::optional<int> stored = storedNow(about.key);
     outcome.taken = record && stored ? *stored : outcome.wanted;
     m_differences.erase(about.key);
     outcome.result = !about.inScheme() ? KeyResult::NotPartOfScheme
@@ -339,8 +356,11 @@ void Camera::Core::seeWhatItTook(const Parameter& about, Manner manner, Work& wo
     if (outcome.taken != outcome.wanted) {
         outcome.result = KeyResult::TakenDifferently;
     }
-    const bool kept = record && about.inScheme();
-    addChange(work, {about.key, kept ? m_scheme : -1, outcome.before, outcome.taken});
+    if (record && about.inScheme()) {
+        addChange(work, {about.key, m_scheme, storedBefore, m_memory.stored(m_scheme, about.key)});
+    } else {
+        addChange(work, {about.key, -1, outcome.before, outcome.taken});
+    }
 }
 
 void Camera::Core::handle(const Restore& operation, Work& work) {
@@ -411,6 +431,7 @@ void Camera::Core::handle(const Undo& operation, Work& work) {
         return;
     }
     const ScheduleHold hold(*this);
+    work.entry.joins = false; // a change of its own
     for (const auto& [number, pairs] : wanted) {
         if (number == m_scheme) {
             applyAll(pairs, Manner::Record, work);

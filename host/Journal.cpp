@@ -4,12 +4,14 @@
 #include <cstdio>
 #include <ctime>
 #include <random>
+#include <set>
 #include <utility>
 
 namespace host {
 namespace {
 
-constexpr long long kJoinWithin = 2000; ///< milliseconds
+constexpr long long kJoinWithin = 2000;       ///< milliseconds
+constexpr long long kLongestGesture = 120000; ///< between two of its changes
 constexpr std::size_t kEntryBytes = sizeof(JournalEntry) + 128;
 
 std::string newBootId() {
@@ -37,6 +39,31 @@ bool sameKeys(const std::vector<Change>& older, const std::vector<Change>& newer
             return other.key == change.key && other.scheme == change.scheme;
         });
     });
+}
+
+/// Whether an entry belongs to one gesture, or one adjustment, with an older one.
+bool continues(const JournalEntry& older, const JournalEntry& newer) {
+    if (older.kind != newer.kind || !older.joins || older.origin.client != newer.origin.client ||
+        older.origin.who != newer.origin.who || older.origin.cause != newer.origin.cause ||
+        older.origin.gesture != newer.origin.gesture) {
+        return false;
+    }
+    const long long after = newer.machineTime - older.lastTime;
+    return newer.origin.gesture != 0 ||
+           (after >= 0 && after <= kJoinWithin && sameKeys(older.changes, newer.changes));
+}
+
+void addChanges(std::vector<Change>& to, const std::vector<Change>& changes) {
+    for (const Change& change : changes) {
+        const auto known = std::find_if(to.begin(), to.end(), [&change](const Change& other) {
+            return other.key == change.key && other.scheme == change.scheme;
+        });
+        if (known == to.end()) {
+            to.push_back(change);
+        } else {
+            known->after = change.after;
+        }
+    }
 }
 
 } // namespace
@@ -109,32 +136,23 @@ void Journal::forget(int listener) {
 
 /// Adds a change to an entry that it continues. @return false when there is none
 bool Journal::join(JournalEntry& entry) {
-    if (entry.kind != JournalEntry::Kind::Values || entry.origin.client.empty()) {
+    if (entry.kind != JournalEntry::Kind::Values || entry.origin.client.empty() || !entry.joins) {
         return false;
     }
+    std::set<u32> between; // keys that were changed after the entry that is looked at
     for (auto older = m_entries.rbegin(); older != m_entries.rend(); ++older) {
         const JournalEntry& with = **older;
-        const bool sameClient =
-            with.kind == entry.kind && with.origin.client == entry.origin.client &&
-            with.origin.who == entry.origin.who && with.origin.cause == entry.origin.cause;
-        const bool sameGesture =
-            entry.origin.gesture != 0 && with.origin.gesture == entry.origin.gesture;
-        const bool soonAfter =
-            entry.machineTime - with.lastTime <= kJoinWithin && entry.machineTime >= with.lastTime;
-        if (sameClient && (sameGesture || (entry.origin.gesture == with.origin.gesture &&
-                                           soonAfter && sameKeys(with.changes, entry.changes)))) {
+        const auto overtaken = [&between](const std::vector<Change>& changes) {
+            return std::any_of(changes.begin(), changes.end(), [&between](const Change& change) {
+                return between.count(change.key) != 0;
+            });
+        };
+        if (overtaken(entry.changes) || entry.machineTime - with.lastTime > kLongestGesture) {
+            return false;
+        }
+        if (continues(with, entry) && !overtaken(with.changes)) {
             auto joined = std::make_shared<JournalEntry>(with);
-            for (const Change& change : entry.changes) {
-                const auto known = std::find_if(
-                    joined->changes.begin(), joined->changes.end(), [&](const Change& other) {
-                        return other.key == change.key && other.scheme == change.scheme;
-                    });
-                if (known == joined->changes.end()) {
-                    joined->changes.push_back(change);
-                } else {
-                    known->after = change.after;
-                }
-            }
+            addChanges(joined->changes, entry.changes);
             joined->lastTime = entry.machineTime;
             joined->sequence = ++m_sequence;
             m_bytes += bytesOf(*joined) - bytesOf(with);
@@ -143,14 +161,8 @@ bool Journal::join(JournalEntry& entry) {
             m_entries.push_back(std::move(joined));
             return true;
         }
-        // Whoever changed one of these keys in between ended the movement.
-        const bool between =
-            std::any_of(entry.changes.begin(), entry.changes.end(), [&](const Change& change) {
-                return std::any_of(with.changes.begin(), with.changes.end(),
-                                   [&](const Change& other) { return other.key == change.key; });
-            });
-        if (between || entry.machineTime - with.lastTime > 60 * kJoinWithin) {
-            return false;
+        for (const Change& change : with.changes) {
+            between.insert(change.key);
         }
     }
     return false;

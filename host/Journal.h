@@ -43,6 +43,7 @@ struct JournalEntry {
     CameraTime cameraTime;     ///< of the first change
     long long machineTime = 0; ///< milliseconds since 1970
     long long lastTime = 0;    ///< of the last change that joined it; as machineTime
+    bool joins = true;         ///< may become one entry with its like, see Journal::add
     int schemeBefore = -1;
     int schemeAfter = -1;        ///< in force
     std::string note;            ///< for people: "Trial over", "the camera is unplugged"

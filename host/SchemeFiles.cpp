@@ -3,6 +3,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 #include <algorithm>
+#include <cstring>
 
 #include "LinuxFramework.h"
 #include "SensorConfig.h"
@@ -18,6 +19,7 @@ namespace {
 const char kFolder[] = "/mnt/mtd/code/config_file";
 const char kNames[] = "/mnt/mtd/code/config_file/scheme-names.txt";
 constexpr std::size_t kLongestNames = 65536;
+constexpr std::size_t kLongestFile = 65536;
 
 Refusal refused(Reason reason, std::string detail) {
     Refusal refusal;
@@ -40,17 +42,16 @@ std::vector<KeyVal> factoryValues() {
     return values;
 }
 
-bool savedValues(int scheme, std::vector<KeyVal>& values) {
-    std::string name = schemeFile(scheme);
+FileState savedValues(int scheme, std::vector<KeyVal>& values) {
+    const std::string name = schemeFile(scheme);
+    std::string bytes;
     values.clear();
-    if (sy_access(name.c_str(), R_OK) != 0) {
-        return false;
+    if (!readDeviceFile(name, kLongestFile, bytes)) {
+        return sy_access(name.c_str(), F_OK) == 0 ? FileState::Unreadable : FileState::Missing;
     }
-    const INT64 length = getFileLen(name.c_str());
-    const INT64 longest = sizeof(KeyVal) * SENSOR_KEYVAL_MAX;
-    values.resize(static_cast<std::size_t>(std::clamp<INT64>(length, 0, longest)) / sizeof(KeyVal));
-    keyValFromFile(name.data(), values.data(), static_cast<u32>(values.size()));
-    return true;
+    values.resize(std::min<std::size_t>(bytes.size() / sizeof(KeyVal), SENSOR_KEYVAL_MAX));
+    std::memcpy(values.data(), bytes.data(), values.size() * sizeof(KeyVal));
+    return FileState::Read;
 }
 
 Refusal saveValues(int scheme, std::vector<KeyVal> records) {
@@ -60,7 +61,7 @@ Refusal saveValues(int scheme, std::vector<KeyVal> records) {
     const auto same = [](const KeyVal& left, const KeyVal& right) {
         return left.key == right.key && left.value == right.value;
     };
-    if (savedValues(scheme, saved) && saved.size() >= records.size() &&
+    if (savedValues(scheme, saved) == FileState::Read && saved.size() >= records.size() &&
         std::equal(records.begin(), records.end(), saved.begin(), same)) {
         return {};
     }

@@ -16,8 +16,14 @@ std::vector<KeyVal> factoryValues();
 /// The device path of a scheme's file.
 std::string schemeFile(int scheme);
 
-/// What a scheme's file holds. @return false when there is no file
-bool savedValues(int scheme, std::vector<KeyVal>& values);
+enum class FileState {
+    Read,
+    Missing,
+    Unreadable, ///< it is there, but cannot be read now
+};
+
+/// What a scheme's file holds.
+FileState savedValues(int scheme, std::vector<KeyVal>& values);
 
 /// Replaces a scheme's file and reads it back.
 /// @return why it does not hold the records afterwards; Reason::None when it does

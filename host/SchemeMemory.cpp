@@ -47,14 +47,18 @@ bool SchemeMemory::refresh(ISensorController& controller, int scheme) {
     return true;
 }
 
-void SchemeMemory::refreshSaved(int scheme) {
+bool SchemeMemory::refreshSaved(int scheme) {
     if (!exists(scheme)) {
-        return;
+        return false;
     }
     Entry& entry = m_entries[static_cast<std::size_t>(scheme)];
     std::vector<std::optional<int>> saved(m_keys.size());
     std::vector<KeyVal> records;
-    entry.scheme.fileMissing = !isTimed(scheme) || !savedValues(scheme, records);
+    const FileState state = isTimed(scheme) ? savedValues(scheme, records) : FileState::Missing;
+    if (state == FileState::Unreadable && entry.saved != nullptr) {
+        return false;
+    }
+    entry.scheme.fileMissing = state == FileState::Missing;
     for (std::size_t i = 0; i < m_keys.size() && i < records.size(); ++i) {
         // Files are read by position: a record of another key at this place is none of this key.
         if (records[i].key == m_keys[i]) {
@@ -63,6 +67,7 @@ void SchemeMemory::refreshSaved(int scheme) {
     }
     entry.saved = std::make_shared<const std::vector<std::optional<int>>>(std::move(saved));
     update(entry);
+    return state == FileState::Read;
 }
 
 void SchemeMemory::update(Entry& entry) {

@@ -31,8 +31,9 @@ public:
     /// Looks at one scheme again. @return true when it has changed
     bool refresh(ISensorController& controller, int scheme);
 
-    /// Looks at a scheme's file again.
-    void refreshSaved(int scheme);
+    /// Looks at a scheme's file again. What cannot be read now is taken to be as it was.
+    /// @return false when it could not be read
+    bool refreshSaved(int scheme);
 
     std::optional<int> stored(int scheme, u32 key) const;
     std::optional<int> saved(int scheme, u32 key) const;
