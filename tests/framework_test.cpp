@@ -224,7 +224,7 @@ TEST_F(Framework, NoLinkLeadsAWriteOrARemovalOutOfTheRootNorOneInTmpAnywhere) {
     EXPECT_EQ(1, std::distance(fs::directory_iterator(root / "d/config2"), {}));
     EXPECT_EQ(0, sy_system("rm -rf /no/config*/sensor*", 30) + sy_system("rm -rf /d/config2", 30));
     EXPECT_FALSE(fs::exists(root / "d/config2"));
-    std::size_t size = 0;
+    std::uintmax_t size = 0;
     for (const auto& entry : fs::recursive_directory_iterator(outside))
         size += entry.is_regular_file() ? entry.file_size() : 0;
     EXPECT_EQ(4 * 6u, size);
