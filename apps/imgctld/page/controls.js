@@ -114,6 +114,7 @@ class Row {
     setText(this.undo, word('undoToSaved'));
     this.undo.setAttribute('aria-label', word('undoToSavedOf', { label: parameter.label, value: valueText(parameter, saved) }));
     show(this.undo, unsaved && canChange());
+    this.endTrial(parameter, value);
     const inactive = has(parameter, 'inactive') || has(parameter, 'not_on_camera');
     this.element.classList.toggle('inactive', inactive);
     this.setEnabled(canChange() && !inactive && value !== null);
@@ -123,6 +124,23 @@ class Row {
     } else if (this.held && value !== this.given && value !== this.shownValue && !isSending(this.key)) {
       this.setNote(word('someoneSet', { who: store.lastBy ?? word('somebody'), value: valueText(parameter, value) }), 'warn');
     }
+  }
+
+  /** Says what became of a trial that is over, once the camera's values tell it. */
+  endTrial(parameter, value) {
+    const tried = this.tried;
+    if (!tried || has(parameter, 'trial')) return;
+    this.tried = null;
+    if (value === tried.value || value === null) return;
+    this.setNote(word('trialOver', { label: parameter.label, value: valueText(parameter, value) }), 'warn',
+      canChange() ? [make('button', { type: 'button', onclick: () => this.tryAgain(tried.value) }, word('tryAgain'))] : []);
+  }
+
+  tryAgain(value) {
+    this.begin();
+    this.gesture.trial = true;
+    this.give(value);
+    this.end();
   }
 
   /** The line below a control that is not simply in force. Refusals stay until the next change. */
@@ -299,6 +317,10 @@ function updateAll() {
 
 on('parameters', updateAll);
 on('parameter', key => rows.get(key)?.update());
+on('trial-over', one => {
+  const row = rows.get(one.key);
+  if (row) row.tried = one;
+});
 on('session', updateAll);
 on('link', updateAll);
 on('target', () => {

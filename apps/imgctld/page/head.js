@@ -2,15 +2,16 @@
 // below it that concern everything: connection, device, encryption.
 
 import { byId, fill, make, setText, show } from './dom.js';
-import { post } from './api.js';
-import { get } from './api.js';
+import { get, post } from './api.js';
 import { connect, link } from './link.js';
 import { on, readSession, store, tell } from './store.js';
 import { choose, language, word } from './words.js';
 
 const name = make('strong', { class: 'name' });
 const clock = make('time', { class: 'clock' });
-const scheme = make('span', { class: 'scheme' });
+const schemeTitle = make('span');
+const schemeReason = make('span', { class: 'reason' });
+const scheme = make('span', { class: 'scheme' }, schemeTitle, schemeReason);
 const watching = make('span', { class: 'quiet-text' });
 const user = make('span', { class: 'user' });
 const logout = make('button', { type: 'button', class: 'quiet', onclick: () => leave() });
@@ -100,9 +101,9 @@ function update() {
     setText(name, title);
     document.title = title;
     hearTime(camera.time);
-    const until = camera.next ? ` → ${camera.next.time}` : '';
-    setText(scheme, `[${camera.scheme.default ? '-' : camera.scheme.number}] ${camera.scheme.title}${until}, ${camera.scheme.reason_text}`);
-    scheme.title = camera.scheme.reason_text;
+    setText(schemeTitle, `${camera.scheme.title}${camera.next ? ` → ${camera.next.time}` : ''}`);
+    setText(schemeReason, `, ${camera.scheme.reason_text}`);
+    scheme.title = `${schemeTitle.textContent}${schemeReason.textContent}`;
     const gone = camera.layer.state === 'gone';
     band('gone', gone ? word('gone', { device: camera.layer.device ?? camera.layer.name, seconds: camera.layer.gone_seconds }) : '', 'warn');
     band('manual', camera.mode === 'manual' ? word('byHand') : '', 'thin',
@@ -118,6 +119,9 @@ function update() {
     band('look', session.logged_in && !session.can.change ? word('mayLook') : '', 'thin');
   }
 }
+
+on('problem', text => band('problem', text, 'error',
+  [make('button', { type: 'button', onclick: () => band('problem', '') }, word('close'))]));
 
 function alertHow() {
   const dialog = make('dialog', { class: 'sheet', onclose: () => dialog.remove() },

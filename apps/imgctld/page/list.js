@@ -21,7 +21,7 @@ const back = make('button', { type: 'button', onclick: () => choose(store.camera
 
 export function setUp() {
   fill(byId('find'),
-    make('div', { class: 'search' }, searchBox, make('div', { class: 'filters', role: 'group' }, ...filters)),
+    make('div', { class: 'search' }, searchBox, make('div', { class: 'filters', role: 'group', 'aria-label': word('filters') }, ...filters)),
     make('div', { class: 'target' }, targetLabel, target), targetNote);
   document.addEventListener('keydown', event => {
     const typing = event.target.matches?.('input[type=text], input[type=search], input[type=password], select, textarea');

@@ -4,17 +4,21 @@ import { Problem, post } from './api.js';
 import { byId, fill, make, setText, show } from './dom.js';
 import { own } from './sender.js';
 import { on, readCamera, refreshSoon, store } from './store.js';
+import { trying } from './trial.js';
 import { word } from './words.js';
 
 const button = make('button', { type: 'button', class: 'primary', onclick: save });
 const what = make('button', { type: 'button', class: 'quiet', 'aria-expanded': 'false', onclick: () => toggle() });
 const discard = make('button', { type: 'button', class: 'quiet', onclick: askDiscard });
 const state = make('p', { class: 'save-state', role: 'status' });
+const tryBox = make('input', { type: 'checkbox', id: 'try', onchange: () => { trying.on = tryBox.checked; } });
+const tryLabel = make('span');
 const list = make('ul', { class: 'unsaved-list', hidden: true });
 let saving = false;
 
 export function setUp() {
-  fill(byId('save'), list, make('div', { class: 'bar' }, button, what, discard, state));
+  fill(byId('save'), list, make('div', { class: 'bar' }, button, what, discard,
+    make('label', { class: 'check try' }, tryBox, tryLabel), state));
 }
 
 function toggle(open = list.hidden) {
@@ -73,6 +77,7 @@ function update() {
   button.disabled = saving || count === 0 || store.link !== 'live';
   setText(what, word('whatIsUnsaved'));
   show(what, count > 0);
+  setText(tryLabel, word('tryFirst'));
   setText(discard, word('discard'));
   show(discard, Boolean(store.session.can.administrate) &&
     unsaved.schemes.some(one => one.scheme === store.camera.scheme.number));

@@ -2,7 +2,8 @@
 // newest. A request names the scheme that was shown when the movement of the hand began.
 
 import { Problem, put } from './api.js';
-import { store, takeResults, targetIsInForce, targetScheme } from './store.js';
+import { refreshSoon, store, takeResults, targetIsInForce, targetScheme } from './store.js';
+import { trying, tryValue } from './trial.js';
 
 const running = new Map(); // key -> { next }
 export const own = { changes: 0 };
@@ -13,6 +14,7 @@ export function beginGesture() {
     number: 1 + Math.floor(Math.random() * 2147483646),
     scheme: targetScheme(),
     record: !targetIsInForce(),
+    trial: trying.on && targetIsInForce(),
   };
 }
 
@@ -37,8 +39,9 @@ async function run(key, job) {
   try {
     const body = { value: job.value, scheme: job.gesture.scheme, gesture: job.gesture.number };
     if (job.gesture.record) body.record = true;
-    const answer = await put(`/parameters/${key}`, body);
-    own.changes++;
+    const answer = await (job.gesture.trial ? tryValue(key, job.value, job.gesture) : put(`/parameters/${key}`, body));
+    if (job.gesture.trial) refreshSoon();
+    else own.changes++;
     takeResults(answer);
     result = answer.results?.[0] ?? null;
   } catch (error) {

@@ -1,0 +1,103 @@
+// The day as a bar: what will be in force in each minute, as the camera's own plan has it.
+
+import { get } from './api.js';
+import { byId, fill, make, setText, show } from './dom.js';
+import { cameraTime } from './head.js';
+import { editDay } from './dayeditor.js';
+import { on, store, tell } from './store.js';
+import { word } from './words.js';
+
+const bar = make('div', { class: 'strip', role: 'group' });
+const now = make('div', { class: 'now', 'aria-hidden': 'true' });
+const ticks = make('div', { class: 'ticks', 'aria-hidden': 'true' });
+const edit = make('button', { type: 'button', id: 'edit-day', onclick: () => editDay() });
+const warn = make('button', { type: 'button', class: 'quiet warnings', onclick: () => editDay() });
+let newest = -1;
+let boot = '';
+let reading = null;
+let again = false;
+let plan = null;
+
+export const dayMinutes = 24 * 60;
+
+/** The look of a scheme: a colour, and a pattern for each further five. */
+export function schemeClass(scheme, isDefault) {
+  if (scheme === null) return 'part light';
+  return isDefault ? 'part factory' : `part s${scheme % 5} p${Math.floor(scheme / 5) % 3}`;
+}
+
+const isDefault = scheme => scheme === null ? false : store.schemes.find(one => one.number === scheme)?.default ?? false;
+
+/** The parts of a day as buttons that stand where they are in it. */
+export function stripParts(parts, onclick) {
+  return parts.map(part => {
+    const title = part.scheme === null ? word('lightDecides') : isDefault(part.scheme) ? word('factoryPart') : part.title;
+    const element = make('button', { type: 'button', class: schemeClass(part.scheme, isDefault(part.scheme)),
+      'aria-label': `${part.from} - ${part.to}: ${title}`, title: `${part.from} - ${part.to}: ${title}`,
+      'data-scheme': part.scheme ?? 'light', 'data-from': part.from_minute, 'data-to': part.to_minute,
+      onclick: () => onclick(part) }, make('span', {}, title));
+    element.style.setProperty('--from', part.from_minute / dayMinutes);
+    element.style.setProperty('--size', (part.to_minute - part.from_minute) / dayMinutes);
+    return element;
+  });
+}
+
+export const tickMarks = () => [0, 3, 6, 9, 12, 15, 18, 21, 24].map(hour => {
+  const element = make('span', { class: hour % 6 ? 'minor' : '' }, String(hour));
+  element.style.setProperty('--at', hour / 24);
+  return element;
+});
+
+export function setUp() {
+  fill(byId('day'), make('div', { class: 'day-bar' }, bar, ticks, now), make('div', { class: 'day-side' }, edit, warn));
+  fill(ticks, tickMarks());
+  setInterval(moveNow, 1000);
+}
+
+function moveNow() {
+  const time = cameraTime();
+  show(now, time !== null);
+  if (time) now.style.setProperty('--at', (time.getUTCHours() * 60 + time.getUTCMinutes()) / dayMinutes);
+}
+
+function draw() {
+  if (!plan) return;
+  bar.setAttribute('aria-label', word('dayOf'));
+  const parts = stripParts(plan.day, part => {
+    const next = plan.switches.find(one => !one.at_once && one.minute % dayMinutes === part.to_minute % dayMinutes);
+    tell('explain', { ...part, next });
+  });
+  const focused = bar.contains(document.activeElement) ? document.activeElement.dataset.from : undefined;
+  fill(bar, parts);
+  if (focused !== undefined) parts.find(part => part.dataset.from === focused)?.focus();
+  const count = plan.warnings.length;
+  setText(warn, count === 0 ? '' : count === 1 ? word('oneWarning') : word('someWarnings', { count }));
+  show(warn, count > 0);
+  warn.title = plan.warnings.map(one => one.text).join('\n');
+  setText(edit, word(store.session?.can.change ? 'editDay' : 'showDay'));
+  moveNow();
+}
+
+async function read() {
+  do {
+    again = false;
+    const document = await get('/plan');
+    if (document.boot === boot && document.sequence < newest) continue;
+    boot = document.boot;
+    newest = document.sequence;
+    plan = document;
+  } while (again);
+  draw();
+}
+
+function readSoon() {
+  if (reading) {
+    again = true;
+    return;
+  }
+  reading = read().catch(() => {}).finally(() => { reading = null; });
+}
+
+on('schemes', readSoon);
+on('session', draw);
+on('language', () => { draw(); readSoon(); });

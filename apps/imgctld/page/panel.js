@@ -1,0 +1,158 @@
+// What stands below the picture, one at a time: why a value is as it is, and what was changed. On a
+// phone it is a sheet, never over the control that it is about.
+
+import { ask, get, post } from './api.js';
+import { byId, fill, make, setText, show } from './dom.js';
+import { reveal } from './list.js';
+import { on, refreshSoon, store } from './store.js';
+import { word } from './words.js';
+
+const looks = ['dark', 'bright', 'grey', 'blurred', 'noisy'];
+const tabs = ['explain', 'history'].map(name => make('button', { type: 'button', 'data-view': name, onclick: () => view(name) }));
+const close = make('button', { type: 'button', class: 'quiet close', onclick: () => hide() });
+const body = make('div', { class: 'panel-body', tabIndex: -1 });
+const state = { view: 'explain', subject: null, count: 0, open: false, onlyKey: false };
+
+export function setUp() {
+  fill(byId('panel'), make('div', { class: 'panel-head', role: 'group' }, ...tabs, close), body);
+  view('explain', false);
+}
+
+function view(name, open = true) {
+  state.view = name;
+  state.open = state.open || open;
+  byId('panel').classList.toggle('open', state.open);
+  for (const tab of tabs) {
+    setText(tab, word(tab.dataset.view === 'explain' ? 'explainTitle' : 'history'));
+    tab.setAttribute('aria-pressed', String(tab.dataset.view === name));
+  }
+  setText(close, word('close'));
+  return refresh();
+}
+
+function hide() {
+  state.open = false;
+  byId('panel').classList.remove('open');
+  if (typeof state.subject === 'number') byId(`c${state.subject}`)?.focus();
+}
+
+/** Reads what is shown anew; an answer that a later wish overtook is dropped. */
+async function refresh() {
+  const mine = ++state.count;
+  let content;
+  try {
+    content = await (state.view === 'history' ? historyView() : explainView());
+  } catch (error) {
+    content = [make('p', { class: 'note error' }, error.document ? error.message : word('noAnswerAtAll'))];
+  }
+  if (mine !== state.count) return;
+  // What has the focus keeps it, when it is there again.
+  const focused = body.contains(document.activeElement) ? document.activeElement.dataset.id : undefined;
+  fill(body, content);
+  if (focused) body.querySelector(`[data-id="${CSS.escape(focused)}"]`)?.focus();
+}
+
+const lookButtons = () => make('p', { class: 'looks' }, word('whyIsItSo'), ' ', looks.map(look =>
+  make('button', { type: 'button', 'data-id': look, 'aria-pressed': String(state.subject === look),
+    onclick: () => explain(look) }, word(`look_${look}`))));
+
+async function explainView() {
+  const subject = state.subject;
+  if (subject === null) return [lookButtons(), make('p', { class: 'quiet-text' }, word('explainHow'))];
+  if (typeof subject === 'object') return [lookButtons(), ...stretchView(subject)];
+  const document = await get(`/explain/${subject}`);
+  if (document.causes) {
+    return [lookButtons(), make('p', {}, document.text), make('ul', {}, document.causes.map((cause, i) =>
+      make('li', {}, `${cause.text} `, showButton(cause.key, cause.label), ' ', actionButton(cause.action, `cause${i}`))))];
+  }
+  return [lookButtons(), make('h2', {}, document.label), make('ul', { class: 'lines' }, document.lines.map((line, i) =>
+    make('li', { 'data-topic': line.topic }, line.text, ' ', actionButton(line.action, `line${i}`))))];
+}
+
+function stretchView(part) {
+  const next = part.next;
+  return [make('h2', {}, `${part.from} - ${part.to}: ${part.title}`), make('p', {}, word(`rule_${part.reason}`)),
+    next ? make('p', {}, word('thenSwitch', { time: next.time_of_day, scheme: next.to_title ?? '-' })) : null,
+    next?.keys.length ? make('ul', {}, next.keys.map(key => make('li', {}, `${key.label}: ${key.old_text ?? '-'} → ${key.new_text ?? '-'}`))) : null];
+}
+
+const showButton = (key, label) => make('button', { type: 'button', class: 'quiet', 'data-id': `show${key}`, onclick: () => { hide(); reveal(key); } }, word('show', { label }));
+
+/** A button that does what the camera advises. */
+function actionButton(action, id) {
+  if (!action) return null;
+  const reads = action.method === 'GET';
+  if (!reads && (!store.session?.can.change || store.link !== 'live')) return null;
+  return make('button', { type: 'button', 'data-id': id, onclick: async event => {
+    if (reads) {
+      const key = /^\/explain\/(\d+)$/.exec(action.path);
+      if (key) reveal(Number(key[1]));
+      return explain(key ? Number(key[1]) : state.subject);
+    }
+    event.currentTarget.disabled = true;
+    try {
+      await ask(action.method, action.path, action.body);
+    } catch (error) {
+      fill(body, make('p', { class: 'note error', role: 'alert' }, error.message), ...body.childNodes);
+      return undefined;
+    }
+    refreshSoon(0);
+    return refresh();
+  } }, action.text);
+}
+
+/** Explains a key, a look of the picture or a part of the day. */
+export function explain(subject) {
+  state.subject = subject;
+  return view('explain').then(() => {
+    if (matchMedia('(max-width: 899px)').matches) body.focus();
+  });
+}
+
+// History
+
+const undone = new Map(); // entry -> what was said of taking it back
+async function historyView() {
+  const key = state.onlyKey && typeof state.subject === 'number' ? state.subject : 0;
+  const document = await get(`/history?count=60${key ? `&key=${key}` : ''}`);
+  const label = store.parameters.get(state.subject)?.label;
+  const only = label ? make('label', { class: 'check' }, make('input', { type: 'checkbox', checked: state.onlyKey, 'data-id': 'only',
+    onchange: event => { state.onlyKey = event.target.checked; refresh(); } }), word('onlyThis', { label })) : null;
+  if (!document.entries.length) return [only, make('p', { class: 'quiet-text' }, word('noHistory'))];
+  return [only, make('ol', { class: 'history' }, document.entries.map(entryItem))];
+}
+
+function entryItem(entry) {
+  const changes = entry.changes.map(change => word('changed', { label: change.label, old: change.old_text ?? '-', now: change.new_text ?? '-' })).join('; ');
+  const said = undone.get(entry.id);
+  const may = entry.undoable && store.session?.can.change && store.link === 'live';
+  return make('li', { 'data-entry': entry.id },
+    make('time', {}, entry.time.slice(11)), ' ',
+    make('span', { class: 'what' }, changes || entry.text || word(`kind_${entry.kind}`)), ' ',
+    make('span', { class: 'quiet-text' }, [entry.who, word(`cause_${entry.cause}`), entry.scheme_title, changes ? entry.text : null].filter(Boolean).join(', ')), ' ',
+    may ? make('button', { type: 'button', class: 'quiet', 'data-id': `undo${entry.id}`,
+      'aria-label': `${word('undo')}: ${changes}`, onclick: () => undo(entry.id, false) }, word('undo')) : null,
+    said ? make('p', { class: 'note error', role: 'alert' }, said.text,
+      said.newer ? make('button', { type: 'button', 'data-id': `anyway${entry.id}`, onclick: () => undo(entry.id, true) }, word('undoAnyway')) : null) : null);
+}
+
+async function undo(entry, force) {
+  undone.delete(entry);
+  try {
+    await post('/undo', force ? { entry, force } : { entry });
+  } catch (error) {
+    undone.set(entry, { text: error.message, newer: error.document?.code === 'newer_change' });
+  }
+  refreshSoon(0);
+  await refresh();
+}
+
+on('explain', explain);
+on('language', () => view(state.view, false));
+let due = null;
+const soon = () => {
+  if (state.subject === null && state.view === 'explain') return;
+  due ??= setTimeout(() => { due = null; refresh(); }, 150);
+};
+for (const topic of ['journal', 'session', 'link']) on(topic, soon);
+export const showHistory = () => view('history');
