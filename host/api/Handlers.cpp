@@ -346,13 +346,16 @@ bool postTrial(const Context& context, host::Request& operation, Problem& fault)
     TryValues trial;
     Body body(context, fault);
     int seconds = 0;
+    int gesture = 0;
     const Json* const values = body.member("values");
     if (!body.valid() || !body.number("seconds", 1, kMostTrialSeconds, seconds) ||
+        (body.has("gesture") && !body.number("gesture", 1, 2147483647, gesture)) ||
         !body.number("scheme", trial.scheme) || !readPairs(context, values, trial.values, fault) ||
         !body.end()) {
         return false;
     }
     trial.seconds = seconds;
+    operation.origin.gesture = static_cast<std::uint64_t>(gesture);
     operation.operation = std::move(trial);
     return true;
 }
