@@ -110,10 +110,10 @@ class Row {
     this.help.setAttribute('aria-label', word('explain', { label: parameter.label }));
     this.element.classList.toggle('unsaved', unsaved && !trial);
     this.element.classList.toggle('trial', trial);
-    setText(this.saved, unsaved ? word('saved', { value: valueText(parameter, saved) }) : '');
+    setText(this.saved, unsaved && !trial ? word('saved', { value: valueText(parameter, saved) }) : '');
     setText(this.undo, word('undoToSaved'));
     this.undo.setAttribute('aria-label', word('undoToSavedOf', { label: parameter.label, value: valueText(parameter, saved) }));
-    show(this.undo, unsaved && canChange());
+    show(this.undo, unsaved && !trial && canChange());
     this.endTrial(parameter, value);
     const inactive = has(parameter, 'inactive') || has(parameter, 'not_on_camera');
     this.element.classList.toggle('inactive', inactive);

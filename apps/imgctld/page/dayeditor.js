@@ -191,8 +191,9 @@ class Editor {
     this.element = make('dialog', { class: 'day-editor', 'aria-labelledby': 'day-title', onclose: () => { this.element.remove(); editor = null; } },
       make('h1', { id: 'day-title' }, word('dayTitle')),
       make('p', { class: 'quiet-text' }, word('dayHow')),
-      make('div', { class: 'day-bar' }, this.strip, make('div', { class: 'ticks', 'aria-hidden': 'true' }, tickMarks())),
-      make('div', { class: 'lanes' }, this.lanes.map(lane => lane.element)),
+      make('div', { class: 'lanes' },
+        make('div', { class: 'lane-row result' }, make('div', { class: 'day-bar' }, this.strip, make('div', { class: 'ticks', 'aria-hidden': 'true' }, tickMarks()))),
+        this.lanes.map(lane => lane.element)),
       this.offer, this.theirs, this.list, this.plan, this.said,
       make('div', { class: 'bar' }, this.apply, this.cancel));
     document.body.append(this.element);

@@ -101,9 +101,10 @@ function update() {
     setText(name, title);
     document.title = title;
     hearTime(camera.time);
-    setText(schemeTitle, `${camera.scheme.title}${camera.next ? ` → ${camera.next.time}` : ''}`);
-    setText(schemeReason, `, ${camera.scheme.reason_text}`);
-    scheme.title = `${schemeTitle.textContent}${schemeReason.textContent}`;
+    setText(schemeTitle, camera.scheme.title);
+    const until = camera.next ? ` ${word('until', { time: camera.next.time === '00:00' ? '24:00' : camera.next.time })}` : '';
+    setText(schemeReason, `${until}, ${word(`reason_${camera.scheme.reason}`)}`);
+    scheme.title = `${schemeTitle.textContent}${schemeReason.textContent}: ${camera.scheme.reason_text}`;
     const gone = camera.layer.state === 'gone';
     band('gone', gone ? word('gone', { device: camera.layer.device ?? camera.layer.name, seconds: camera.layer.gone_seconds }) : '', 'warn');
     band('manual', camera.mode === 'manual' ? word('byHand') : '', 'thin',

@@ -77,12 +77,15 @@ function showTarget() {
 const isShown = parameter => parameter.element === 'notice' ||
   (parameter.control !== 'none' && !parameter.flags.includes('window') && parameter.tab);
 
+const isUnsaved = parameter => parameter.saved !== null && parameter.value !== parameter.saved &&
+  !parameter.flags.includes('trial');
+
 function wanted(parameter) {
   if (search) {
     const text = `${parameter.label} ${parameter.name} ${parameter.key} ${parameter.symbol}`.toLowerCase();
     return search.toLowerCase().split(/\s+/).every(part => text.includes(part));
   }
-  if (filter === 'unsaved') return parameter.saved !== null && parameter.value !== parameter.saved;
+  if (filter === 'unsaved') return isUnsaved(parameter);
   if (filter === 'factory') return parameter.factory !== null && parameter.value !== parameter.factory;
   return true;
 }
@@ -118,7 +121,7 @@ function emptyText() {
 
 function countUnsaved(tab) {
   return tab.parameters.map(key => store.parameters.get(key))
-    .filter(parameter => parameter && isShown(parameter) && parameter.saved !== null && parameter.value !== parameter.saved).length;
+    .filter(parameter => parameter && isShown(parameter) && isUnsaved(parameter)).length;
 }
 
 /** Builds the list: all tabs of the chosen group below each other, or what was found. */

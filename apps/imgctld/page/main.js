@@ -20,9 +20,8 @@ function setUpTools() {
     freeze.setAttribute('aria-pressed', String(frozen));
     setText(freeze, word(frozen ? 'unfreeze' : 'freeze'));
   } }, word('freeze'));
-  fill(byId('tools'), freeze,
+  fill(byId('tools'), ...panel.tabs, make('span', { class: 'space' }), freeze,
     make('button', { type: 'button', onclick: openCompare }, word('compare')),
-    make('button', { type: 'button', class: 'narrow-only', onclick: panel.showHistory }, word('history')),
     make('button', { type: 'button', onclick: () => byId('picture').requestFullscreen?.() }, word('full')),
     make('button', { type: 'button', onclick: picture.saveStill }, word('still1')));
 }

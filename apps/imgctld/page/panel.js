@@ -8,13 +8,14 @@ import { on, refreshSoon, store } from './store.js';
 import { word } from './words.js';
 
 const looks = ['dark', 'bright', 'grey', 'blurred', 'noisy'];
-const tabs = ['explain', 'history'].map(name => make('button', { type: 'button', 'data-view': name, onclick: () => view(name) }));
+/** The buttons that choose; they stand with the picture's own. */
+export const tabs = ['explain', 'history'].map(name => make('button', { type: 'button', 'data-view': name, onclick: () => view(name) }));
 const close = make('button', { type: 'button', class: 'quiet close', onclick: () => hide() });
 const body = make('div', { class: 'panel-body', tabIndex: -1 });
 const state = { view: 'explain', subject: null, count: 0, open: false, onlyKey: false };
 
 export function setUp() {
-  fill(byId('panel'), make('div', { class: 'panel-head', role: 'group' }, ...tabs, close), body);
+  fill(byId('panel'), close, body);
   view('explain', false);
 }
 
@@ -59,14 +60,14 @@ const lookButtons = () => make('p', { class: 'looks' }, word('whyIsItSo'), ' ', 
 async function explainView() {
   const subject = state.subject;
   if (subject === null) return [lookButtons(), make('p', { class: 'quiet-text' }, word('explainHow'))];
-  if (typeof subject === 'object') return [lookButtons(), ...stretchView(subject)];
+  if (typeof subject === 'object') return [...stretchView(subject), lookButtons()];
   const document = await get(`/explain/${subject}`);
   if (document.causes) {
-    return [lookButtons(), make('p', {}, document.text), make('ul', {}, document.causes.map((cause, i) =>
-      make('li', {}, `${cause.text} `, showButton(cause.key, cause.label), ' ', actionButton(cause.action, `cause${i}`))))];
+    return [make('p', {}, document.text), make('ul', {}, document.causes.map((cause, i) =>
+      make('li', {}, `${cause.text} `, showButton(cause.key, cause.label), ' ', actionButton(cause.action, `cause${i}`)))), lookButtons()];
   }
-  return [lookButtons(), make('h2', {}, document.label), make('ul', { class: 'lines' }, document.lines.map((line, i) =>
-    make('li', { 'data-topic': line.topic }, line.text, ' ', actionButton(line.action, `line${i}`))))];
+  return [make('h2', {}, document.label), make('ul', { class: 'lines' }, document.lines.map((line, i) =>
+    make('li', { 'data-topic': line.topic }, line.text, ' ', actionButton(line.action, `line${i}`)))), lookButtons()];
 }
 
 function stretchView(part) {
@@ -155,4 +156,3 @@ const soon = () => {
   due ??= setTimeout(() => { due = null; refresh(); }, 150);
 };
 for (const topic of ['journal', 'session', 'link']) on(topic, soon);
-export const showHistory = () => view('history');

@@ -13,16 +13,16 @@ const discard = make('button', { type: 'button', class: 'quiet', onclick: askDis
 const state = make('p', { class: 'save-state', role: 'status' });
 const tryBox = make('input', { type: 'checkbox', id: 'try', onchange: () => { trying.on = tryBox.checked; } });
 const tryLabel = make('span');
-const list = make('ul', { class: 'unsaved-list', hidden: true });
+const list = make('ul', { class: 'unsaved-list' });
 let saving = false;
 
 export function setUp() {
-  fill(byId('save'), list, make('div', { class: 'bar' }, button, what, discard,
+  fill(byId('save'), make('div', { class: 'unsaved', hidden: true }, list, discard), make('div', { class: 'bar' }, button, what,
     make('label', { class: 'check try' }, tryBox, tryLabel), state));
 }
 
-function toggle(open = list.hidden) {
-  show(list, open);
+function toggle(open = list.parentElement.hidden) {
+  show(list.parentElement, open);
   what.setAttribute('aria-expanded', String(open));
 }
 

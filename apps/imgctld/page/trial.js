@@ -13,7 +13,7 @@ let shown = null;
 
 /** Puts a value on trial instead of setting it. */
 export function tryValue(key, value, gesture) {
-  return post('/trial', { seconds: length, scheme: gesture.scheme, values: { [key]: value } });
+  return post('/trial', { seconds: length, scheme: gesture.scheme, gesture: gesture.number, values: { [key]: value } });
 }
 
 async function act(request) {
