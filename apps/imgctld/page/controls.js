@@ -188,7 +188,11 @@ class SliderRow extends Row {
       clearTimeout(this.rest);
       this.rest = setTimeout(() => this.release(), 600);
     });
+    // What is being typed is nobody else's to change.
+    this.number.addEventListener('input', () => { this.typing = true; });
+    this.number.addEventListener('blur', () => { this.typing = false; });
     const typed = () => {
+      this.typing = false;
       const value = Number(this.number.value.trim());
       if (this.number.value.trim() === '' || !Number.isInteger(value)) return this.update();
       if (value === this.shownValue) return undefined;
@@ -198,7 +202,9 @@ class SliderRow extends Row {
     };
     this.number.addEventListener('change', typed);
     this.number.addEventListener('keydown', event => {
-      if (event.key === 'Escape') this.update();
+      if (event.key !== 'Escape') return;
+      this.typing = false;
+      this.update();
     });
   }
 
@@ -227,7 +233,7 @@ class SliderRow extends Row {
     }
     this.shownValue = value;
     this.input.value = value ?? range.min;
-    this.number.value = value ?? '';
+    if (!this.typing) this.number.value = value ?? '';
     this.number.setAttribute('aria-label', `${parameter.label}, ${range.min} - ${range.max}`);
     this.input.setAttribute('aria-valuetext', `${value ?? word('notReadable')}${parameter.unit ? ` ${parameter.unit}` : ''}`);
     const place = (mark, at, visible) => {

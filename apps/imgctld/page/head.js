@@ -7,7 +7,7 @@ import { connect, link } from './link.js';
 import { on, readSession, store, tell } from './store.js';
 import { choose, language, word } from './words.js';
 
-const name = make('strong', { class: 'name' });
+const name = make('h1', { class: 'name' });
 const clock = make('time', { class: 'clock' });
 const schemeTitle = make('span');
 const schemeReason = make('span', { class: 'reason' });

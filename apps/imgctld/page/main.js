@@ -28,7 +28,7 @@ function setUpTools() {
 
 /** Names what the page consists of, for those who hear it. */
 function nameParts() {
-  for (const [id, name] of [['head', 'camera'], ['day', 'day'], ['left', 'picture'], ['right', 'settings'], ['groups', 'groups'], ['list', 'settings'], ['tools', 'picture']]) {
+  for (const [id, name] of [['head', 'camera'], ['day', 'day'], ['left', 'livePicture'], ['right', 'settings'], ['groups', 'groups'], ['tools', 'tools']]) {
     byId(id).setAttribute('aria-label', word(name));
   }
 }

@@ -2,7 +2,7 @@
 // newest. A request names the scheme that was shown when the movement of the hand began.
 
 import { Problem, put } from './api.js';
-import { refreshSoon, store, takeResults, targetIsInForce, targetScheme } from './store.js';
+import { on, refreshSoon, store, takeResults, targetIsInForce, targetScheme } from './store.js';
 import { trying, tryValue } from './trial.js';
 
 const running = new Map(); // key -> { next }
@@ -52,3 +52,8 @@ async function run(key, job) {
   if (state.next) run(key, state.next);
   else job.done(result, problem);
 }
+
+// What a person did while nobody answered is not done later, behind his back.
+on('link', () => {
+  if (store.link === 'lost') for (const state of running.values()) state.next = null;
+});
