@@ -194,7 +194,7 @@ page('a value that is refused, or that something blocks, shows what is in force 
   await one.type('#search', resting.symbol);
   await until(() => shown(one, `#c${resting.key}`));
   assert.ok(await one.$eval(`#c${resting.key}`, element => element.disabled));
-  assert.ok((await text(one, `#n${resting.key}`)).includes(resting.why));
+  assert.ok((await text(one, `#n${resting.key}`)).toLowerCase().includes(resting.why.toLowerCase()));
 });
 
 page('outside all windows changes last until the next switch, and the page says so', { camera: { clock: '17:58', speed: 10 } }, async (camera, one) => {
@@ -373,7 +373,7 @@ for (const [colours, width] of [['light', 1280], ['dark', 390]]) {
     await camera.ask('POST', '/trial', { seconds: 60, values: { [saturation]: 90 } });
     await until(() => shown(one, '.band.trial'));
     await until(() => shown(one, `#n${brightness}.error`));
-    await one.click(`#row${brightness} .help`);
+    await one.$eval(`#row${brightness} .help`, button => button.click());
     await one.waitForSelector('#panel h2');
     await checkAxe(one, 'trial, error, explained');
     await one.evaluate(() => document.querySelector('#panel .close').click());
@@ -445,4 +445,17 @@ page('a strange style: all of it can be reached, and nothing is without a name',
   assert.equal(await text(one, `#row${brightness} label`) || 'Brightness', 'Brightness');
   await one.click('#edit-day');
   await until(() => one.$$eval('.lane-row[data-scheme]', all => all.length === 255));
+});
+
+test('every word that the page says is in every language, and no other', () => {
+  const folder = new URL('../../apps/imgctld/page/', import.meta.url);
+  const source = fs.readdirSync(folder).filter(name => name.endsWith('.js')).map(name => fs.readFileSync(new URL(name, folder), 'utf8')).join('');
+  const said = new Set([...source.matchAll(/word\('(\w+)'/g)].map(found => found[1]));
+  const quoted = new Set([...source.matchAll(/'(\w+)'/g)].map(found => found[1]));
+  const families = [...source.matchAll(/word\(`(\w+_)\$/g)].map(found => found[1]);
+  for (const name of fs.readdirSync(new URL('words/', folder))) {
+    const words = JSON.parse(fs.readFileSync(new URL(`words/${name}`, folder), 'utf8'));
+    assert.deepEqual([...said].filter(one => !words[one]), [], name);
+    assert.deepEqual(Object.keys(words).filter(one => !quoted.has(one) && !families.some(family => one.startsWith(family))), [], name);
+  }
 });

@@ -2,7 +2,7 @@
 
 import { get } from './api.js';
 import { fill, make } from './dom.js';
-import { reveal } from './list.js';
+import { canReveal, reveal } from './list.js';
 import { store, targetScheme } from './store.js';
 import { word } from './words.js';
 
@@ -30,7 +30,8 @@ export function openCompare() {
         ? make('table', {}, make('thead', {}, make('tr', {}, ['compareKey'].map(name => make('th', { scope: 'col' }, word(name))),
           make('th', { scope: 'col' }, document.a_title), make('th', { scope: 'col' }, document.b_title))),
         make('tbody', {}, document.differences.map(row => make('tr', {},
-          make('th', { scope: 'row' }, make('button', { type: 'button', class: 'quiet', onclick: () => { dialog.close(); reveal(row.key); } }, row.label)),
+          make('th', { scope: 'row' }, canReveal(row.key)
+            ? make('button', { type: 'button', class: 'quiet', onclick: () => { dialog.close(); reveal(row.key); } }, row.label) : row.label),
           make('td', {}, row.a_text), make('td', {}, row.b_text)))))
         : make('p', {}, word('compareNone')));
     } catch (error) {

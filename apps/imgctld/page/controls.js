@@ -27,6 +27,8 @@ export function valueText(parameter, value) {
   return choice ? choice.label : String(value);
 }
 
+const asSentence = text => text[0].toUpperCase() + text.slice(1) + (/[.!?]$/.test(text) ? '' : '.');
+
 class Row {
   constructor(parameter) {
     this.key = parameter.key;
@@ -115,7 +117,8 @@ class Row {
     this.undo.setAttribute('aria-label', word('undoToSavedOf', { label: parameter.label, value: valueText(parameter, saved) }));
     show(this.undo, unsaved && !trial && canChange());
     this.endTrial(parameter, value);
-    const inactive = has(parameter, 'inactive') || has(parameter, 'not_on_camera');
+    // What rests on the device now can still be recorded for another scheme.
+    const inactive = (has(parameter, 'inactive') && targetIsInForce()) || has(parameter, 'not_on_camera');
     this.element.classList.toggle('inactive', inactive);
     this.setEnabled(canChange() && !inactive && value !== null);
     if (!this.held && !isSending(this.key)) {
@@ -147,13 +150,13 @@ class Row {
   explainState(parameter, value, inactive, trial) {
     if (this.note.classList.contains('error') || this.note.classList.contains('warn')) return;
     if (inactive && parameter.why) {
-      this.setNote(parameter.why, 'hint', canChange() ? this.remedies(parameter) : []);
+      this.setNote(asSentence(parameter.why), 'hint', canChange() ? this.remedies(parameter) : []);
     } else if (targetIsInForce() && parameter.hardware !== null && value !== null &&
                parameter.hardware !== value && !trial && !has(parameter, 'held')) {
       this.setNote(word('hardwareDiffers', { hardware: valueText(parameter, parameter.hardware), value: valueText(parameter, value) }),
         'hint', canChange() ? [make('button', { type: 'button', onclick: () => tell('restore', this.key) }, word('sendAgain'))] : []);
     } else if (has(parameter, 'held') && parameter.why) {
-      this.setNote(parameter.why, 'hint');
+      this.setNote(asSentence(parameter.why), 'hint');
     } else if (trial) {
       const back = store.camera?.trial?.values.find(one => one.key === this.key)?.returns_to;
       this.setNote(back === null || back === undefined ? '' : word('returnsTo', { value: valueText(parameter, back) }), 'trial');

@@ -183,6 +183,9 @@ function clearSearch() {
   filter = 'all';
 }
 
+/** Whether a parameter has a control in the list; the hours of windows have none. */
+export const canReveal = key => Boolean(store.parameters.get(key) && isShown(store.parameters.get(key)));
+
 /** Shows a parameter, whatever was searched for, and puts the focus on it. */
 export function reveal(key) {
   const parameter = store.parameters.get(key);

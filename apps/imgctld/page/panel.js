@@ -106,7 +106,10 @@ function actionButton(action, id) {
 export function explain(subject) {
   state.subject = subject;
   return view('explain').then(() => {
-    if (matchMedia('(max-width: 899px)').matches) body.focus();
+    if (!matchMedia('(max-width: 899px)').matches) return;
+    // The sheet stands below what it is about.
+    byId(`row${subject}`)?.scrollIntoView({ block: 'start' });
+    body.focus({ preventScroll: true });
   });
 }
 
