@@ -356,6 +356,44 @@ page('each role sees what it may, and who loses it loses it at once',
     await context.close();
   });
 
+page('found, explained, changed, saved and undone by keyboard alone', {}, async (camera, one) => {
+  const reach = async selector => {
+    for (let i = 0; i < 60; i++) {
+      await press(one, 'Tab');
+      const [there, seen] = await one.evaluate(wanted => {
+        const element = document.activeElement;
+        const box = element.getBoundingClientRect();
+        const top = document.elementFromPoint(box.x + box.width / 2, box.y + box.height / 2);
+        return [element.matches(wanted), element.contains(top) || Boolean(top?.contains(element))];
+      }, selector);
+      if (there) {
+        assert.ok(seen, `${selector} has the focus and is covered`);
+        return;
+      }
+    }
+    assert.fail(`the keyboard does not reach ${selector}`);
+  };
+  await press(one, '/');
+  await one.keyboard.type('contrast');
+  await reach(`#c${contrast}`);
+  await press(one, 'ArrowRight', 3);
+  await until(async () => (await camera.value(contrast)) === 131);
+  await press(one, 'F1');
+  await until(async () => /Contrast is 131/.test(await text(one, '#panel')));
+  await reach('#save .primary');
+  await press(one, 'Enter');
+  await until(async () => (await text(one, '#save .primary')) === 'All saved');
+  await one.focus('#search');
+  await one.keyboard.down('Shift');
+  await reach('[data-view=history]');
+  await one.keyboard.up('Shift');
+  await press(one, 'Enter');
+  await one.waitForSelector('.history [data-id]');
+  await reach('.history [data-id]');
+  await press(one, 'Enter');
+  await until(async () => (await camera.value(contrast)) === 128);
+});
+
 async function checkAxe(one, state) {
   const source = fs.readFileSync(new URL('node_modules/axe-core/axe.min.js', import.meta.url), 'utf8');
   await one.evaluate(source);

@@ -160,6 +160,8 @@ class Row {
     } else if (trial) {
       const back = store.camera?.trial?.values.find(one => one.key === this.key)?.returns_to;
       this.setNote(back === null || back === undefined ? '' : word('returnsTo', { value: valueText(parameter, back) }), 'trial');
+    } else if (has(parameter, 'not_in_scheme') && value !== null) {
+      this.setNote(word('notStored'), 'hint');
     } else if (this.note.classList.contains('hint') || this.note.classList.contains('trial')) {
       this.setNote('');
     }
