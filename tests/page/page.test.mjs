@@ -148,7 +148,8 @@ page('what a hand changes while the clock switches does not land in the other sc
   await one.mouse.up();
   await sleep(300);
   assert.equal(await camera.stored(1, brightness), 128);
-  assert.notEqual(await camera.stored(0, brightness), 128);
+  const left = await camera.stored(0, brightness); // where the hand went last
+  assert.ok(left > 40 && left < 95, String(left));
 });
 
 page('changes in two schemes are counted, saved and there after a kill; a save that fails says so', {}, async (camera, one) => {
@@ -246,7 +247,8 @@ page('two pages share one trial: kept, dropped, reloaded', {}, async (camera, on
   const other = await open(camera);
   await until(() => shown(other, '.band.trial'));
   const left = async some => Number(/0:(\d\d) left/.exec(await text(some, '.band.trial'))[1]);
-  assert.ok(Math.abs(await left(one) - await left(other)) <= 1);
+  const own = (await camera.get('/trial')).seconds_left;
+  for (const some of [one, other]) assert.ok(Math.abs(await left(some) - own) <= 2);
   assert.equal(await camera.stored(0, brightness), 128);
   await other.reload();
   await until(() => shown(other, '.band.trial'));

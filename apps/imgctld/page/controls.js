@@ -120,7 +120,8 @@ class Row {
     // What rests on the device now can still be recorded for another scheme.
     const inactive = (has(parameter, 'inactive') && targetIsInForce()) || has(parameter, 'not_on_camera');
     this.element.classList.toggle('inactive', inactive);
-    this.setEnabled(canChange() && !inactive && value !== null);
+    // A control that a hand is on stays in it: the browser would drop a disabled one.
+    this.setEnabled(this.held || (canChange() && !inactive && value !== null));
     if (!this.held && !isSending(this.key)) {
       this.display(value, parameter, saved);
       this.explainState(parameter, value, inactive, trial);

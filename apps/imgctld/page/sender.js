@@ -38,7 +38,8 @@ async function run(key, job) {
   let problem = null;
   try {
     const body = { value: job.value, scheme: job.gesture.scheme, gesture: job.gesture.number };
-    if (job.gesture.record) body.record = true;
+    // The clock may have switched since the hand began: its change still belongs where it began.
+    if (job.gesture.record || job.gesture.scheme !== store.camera.scheme.number) body.record = true;
     const answer = await (job.gesture.trial ? tryValue(key, job.value, job.gesture) : put(`/parameters/${key}`, body));
     if (job.gesture.trial) refreshSoon();
     else own.changes++;
