@@ -12,7 +12,7 @@ const canChange = () => store.link === 'live' && store.session?.can.change;
 const has = (parameter, flag) => parameter.flags.includes(flag);
 
 /** The value of a parameter in the scheme that is being changed. */
-function shown(parameter) {
+export function shown(parameter) {
   if (targetIsInForce() || has(parameter, 'not_in_scheme')) {
     return { value: parameter.value, saved: parameter.saved };
   }

@@ -1,7 +1,7 @@
 // Groups, tabs and their controls: found by group, by search, or by what is unsaved.
 
 import { byId, fill, make, setText, show } from './dom.js';
-import { rowOf, valueText } from './controls.js';
+import { rowOf, shown, valueText } from './controls.js';
 import { get } from './api.js';
 import { on, store, targetIsInForce, targetScheme, tell } from './store.js';
 import { word } from './words.js';
@@ -41,6 +41,7 @@ async function choose(scheme) {
   store.target = inForce ? null : scheme;
   if (!inForce) await readOther(scheme);
   tell('target');
+  layout();
   showTarget();
 }
 
@@ -77,8 +78,10 @@ function showTarget() {
 const isShown = parameter => parameter.element === 'notice' ||
   (parameter.control !== 'none' && !parameter.flags.includes('window') && parameter.tab);
 
-const isUnsaved = parameter => parameter.saved !== null && parameter.value !== parameter.saved &&
-  !parameter.flags.includes('trial');
+function isUnsaved(parameter) {
+  const { value, saved } = shown(parameter);
+  return saved !== null && value !== saved && !(targetIsInForce() && parameter.flags.includes('trial'));
+}
 
 function wanted(parameter) {
   if (search) {
@@ -86,7 +89,7 @@ function wanted(parameter) {
     return search.toLowerCase().split(/\s+/).every(part => text.includes(part));
   }
   if (filter === 'unsaved') return isUnsaved(parameter);
-  if (filter === 'factory') return parameter.factory !== null && parameter.value !== parameter.factory;
+  if (filter === 'factory') return parameter.factory !== null && shown(parameter).value !== parameter.factory;
   return true;
 }
 

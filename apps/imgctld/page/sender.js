@@ -47,6 +47,12 @@ async function run(key, job) {
     result = answer.results?.[0] ?? null;
   } catch (error) {
     problem = error instanceof Problem ? error : new Problem(0, { detail: null, code: 'no_answer' });
+    // The camera has switched, and this page hears of it only now.
+    if (problem.document.code === 'scheme_conflict' && !job.gesture.record && !job.gesture.trial) {
+      job.gesture.record = true;
+      run(key, state.next ?? job);
+      return;
+    }
     takeResults(problem.document);
   }
   running.delete(key);
