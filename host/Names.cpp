@@ -112,9 +112,11 @@ bool readValue(const Catalogue& catalogue, u32 key, const std::string& text, int
     return false;
 }
 
-std::string valueText(const Parameter& parameter, int value, int /*language*/) {
+std::string valueText(const Parameter& parameter, int value, int language) {
     const Parameter::Option* option = parameter.option(value);
-    return option == nullptr || option->name.empty() ? std::to_string(value) : option->name;
+    return option == nullptr || option->name.empty()
+               ? std::to_string(value)
+               : textIn(option->labels, language, option->name);
 }
 
 std::string allowedText(const Parameter& parameter, const std::optional<Limits>& limits,

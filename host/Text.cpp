@@ -131,9 +131,9 @@ bool readInt(const std::string& text, int& value) {
 }
 
 std::string nearest(const std::string& word, const std::vector<std::string>& names) {
-    // A word of which half would have to change is no typing mistake any more; a very long one is
-    // not worth the time.
-    std::size_t least = std::max<std::size_t>(2, (word.size() + 1) / 2);
+    // A word of which more than a third would have to change is no typing mistake any more; a very
+    // long one is not worth the time.
+    std::size_t least = std::max<std::size_t>(2, word.size() / 3 + 1);
     std::string found;
     if (word.size() > 64) {
         return found;
@@ -142,7 +142,7 @@ std::string nearest(const std::string& word, const std::vector<std::string>& nam
         // Half a name is more likely than several mistakes.
         const bool begun = word.size() > 1 && name.compare(0, word.size(), word) == 0;
         const std::size_t distance = begun ? 1 : editDistance(word, name);
-        if (distance < least || (found.empty() && distance == least && least < word.size())) {
+        if (distance < least) {
             least = distance;
             found = name;
         }

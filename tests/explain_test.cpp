@@ -237,7 +237,7 @@ TEST_F(Explanations, TheLightDecidesOutsideAllWindowsOfADayAndNightCamera) {
     }
     waitForScheme(0);
     EXPECT_EQ(
-        "Day/night mode is automatic, though scheme 0 has night: outside all windows the light "
+        "Day/night mode is Automatic, though scheme 0 has Night: outside all windows the light "
         "chooses the scheme, and goes on choosing.\n",
         text(KEY_DN_MODE, {Topic::Value}));
     EXPECT_EQ(
