@@ -26,8 +26,11 @@ struct CameraOptions {
     std::optional<Clock> clock; ///< the time of day at the start; none: the machine's
     double speed = 1;           ///< camera seconds per second, above 0, at most 1e6
 
-    std::optional<int> debugLevel; ///< how much the library reports; kept in the device tree
-    bool abort = false;            ///< end the process at a failed assertion; kept there too
+    std::optional<int> debugLevel; ///< how much the library reports
+    bool abort = false;            ///< end the process at a failed assertion
+    bool keepReports = false;      ///< both hold for later runs too, not for this one alone
+
+    bool convert = false; ///< carry schemes over that were saved for another kind of camera
 
     FILE* trace = nullptr; ///< a line for each call of layer and video module; the caller's
 

@@ -65,8 +65,8 @@ bool readCommandLine(int argc, char* const* argv, const std::vector<CommandLineO
         const std::string word = argv[i];
         const bool isOption = word.size() > 1 && word[0] == '-';
         if (!isOption && words != nullptr) {
-            words->push_back(word);
-            continue;
+            words->assign(argv + i, argv + argc);
+            return true;
         }
         const std::size_t equals =
             word.compare(0, 2, "--") == 0 ? word.find('=') : std::string::npos;
@@ -155,16 +155,19 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
              to->trace = value;
              return !value.empty();
          }},
-        {"--debug-level", "N", "a number",
-         "how much is reported (1 when absent); kept in the device tree",
+        {"--debug-level", "N", "a number", "how much is reported (1 when absent), in this run",
          [to](const std::string& value) {
              int level = 0;
              const bool good = readInt(value, level);
              to->camera.debugLevel = level;
              return good;
          }},
-        {"--abort", "", "", "end the process at a failed assertion; kept in the device tree",
+        {"--abort", "", "", "end the process at a failed assertion of this run",
          [to](const std::string&) { return to->camera.abort = true; }},
+        {"--keep", "", "", "--debug-level and --abort hold for later runs too",
+         [to](const std::string&) { return to->camera.keepReports = true; }},
+        {"--convert", "", "", "carry over by key what was saved for another kind of camera",
+         [to](const std::string&) { return to->camera.convert = true; }},
     };
 }
 

@@ -19,7 +19,8 @@ struct CommandLineOption {
 };
 
 /// Reads a command line: "--name VALUE" and "--name=VALUE".
-/// @param words    receives what is no option, in its order; null: nothing else is expected
+/// @param words    receives the first word that is no option and all behind it, options or not;
+///                 null: nothing else is expected
 /// @param problem  receives what is wrong, and what would be allowed
 bool readCommandLine(int argc, char* const* argv, const std::vector<CommandLineOption>& options,
                      std::vector<std::string>* words, std::string& problem);

@@ -13,6 +13,7 @@
 #include "SystemInfoParser.h"
 #include "host/DeviceTree.h"
 #include "host/LayerChoice.h"
+#include "host/SavedFor.h"
 #include "host/SchemeFiles.h"
 #include "host/Text.h"
 
@@ -39,12 +40,13 @@ StartProblem failed(StartProblem::Kind kind, std::string text) {
 
 /// The first entry of the module list for this machine; an empty one without the list, as a camera
 /// starts all the same.
-ModuleConfigure moduleOf(const CameraOptions& options) {
+ModuleConfigure moduleOf(const CameraOptions& options, int& deviceType) {
     MachineInfo machine;
     SystemInfoParser::parseMachineInfo(kMachineInfo, machine);
+    deviceType = options.deviceType.value_or(machine.getDeviceType());
     std::vector<ModuleConfigure> modules;
-    ModuleConfigureParser::parse(kModuleList, std::to_string(machine.getDeviceType()),
-                                 machine.getModelName(), modules);
+    ModuleConfigureParser::parse(kModuleList, std::to_string(deviceType), machine.getModelName(),
+                                 modules);
     ModuleConfigure module;
     if (!modules.empty()) {
         module = modules.front();
@@ -175,6 +177,15 @@ StartProblem Camera::Core::openTree() {
     if (problem) {
         return problem;
     }
+    problem = checkSavedFor();
+    if (problem) {
+        return problem;
+    }
+    restoreSignFile(); // of a run that was killed
+    m_reportsChanged = (m_options.debugLevel || m_options.abort) && !m_options.keepReports;
+    if (m_reportsChanged) {
+        keepSignFile();
+    }
     if ((m_options.debugLevel || m_options.abort) &&
         !writeSignFile(m_options.debugLevel.value_or(1), m_options.abort, text)) {
         return failed(StartProblem::Kind::File, text);
@@ -183,6 +194,22 @@ StartProblem Camera::Core::openTree() {
         return failed(StartProblem::Kind::File, text);
     }
     return problem;
+}
+
+/// Values that were saved for another kind of camera are neither used nor overwritten unasked.
+StartProblem Camera::Core::checkSavedFor() {
+    int deviceType = 0;
+    const ModuleConfigure module = moduleOf(m_options, deviceType);
+    m_identity = identityOf(deviceType, module.getModuleId(), module.getDetail());
+    m_problems = treeProblems(deviceType);
+    const std::string other = savedForOther(m_identity);
+    if (other.empty() || m_options.convert) {
+        return {};
+    }
+    return failed(StartProblem::Kind::Tree, "the schemes of the device tree " +
+                                                quoted(linux_framework::deviceRoot()) +
+                                                " belong to another camera: " + other +
+                                                "; --convert carries over what both have");
 }
 
 StartProblem Camera::Core::openLayerAndLock() {
@@ -236,12 +263,18 @@ void Camera::Core::startLibrary() {
     m_mustSend.clear();
     m_gone = m_layer->state() == image_adjust::DeviceState::Gone;
     const image_adjust::OperationScope scope(++m_operation);
+    const std::map<int, std::vector<KeyVal>> other =
+        savedForOther(m_identity).empty() ? std::map<int, std::vector<KeyVal>>() : putSavedAside();
+    int deviceType = 0;
     // The library's first pass would pause a second; nobody is to wait for that.
     m_pauses.raise();
-    m_controller->init(moduleOf(m_options));
+    m_controller->init(moduleOf(m_options, deviceType));
     m_pauses.clear();
     m_uiTexts.provide();
     loadAll();
+    if (!other.empty()) {
+        carryOver(other);
+    }
     m_pictureBeside = pictureBeside(m_options.layer);
     pictures.use(m_pictureBeside != nullptr ? m_pictureBeside.get() : m_layer->picture(), {});
     settle(false);
@@ -302,6 +335,10 @@ void Camera::Core::close() {
         m_events.clear();
     }
     m_cameraLock.release();
+    if (m_reportsChanged) {
+        restoreSignFile();
+        m_reportsChanged = false;
+    }
     m_treeLock.release();
 }
 

@@ -100,6 +100,8 @@ private:
     void openClock();
     void startLibrary();
     void loadAll();
+    StartProblem checkSavedFor();
+    void carryOver(const std::map<int, std::vector<KeyVal>>& schemes); // Core_convert.cpp
     void close();
     Outcome execute(const Request& request);
     void finish(Work& work);
@@ -226,6 +228,9 @@ private:
     std::vector<int> m_restricted;   ///< commands, as the layer lists them
     bool m_wideDynamicRangeShown = true;
     std::string m_version;
+    std::string m_identity;              ///< for which camera schemes are saved
+    std::vector<std::string> m_problems; ///< found at the start
+    bool m_reportsChanged = false;       ///< for this run alone
 
     std::uint64_t m_operation = 0;
     int m_scheme = -1;

@@ -4,6 +4,7 @@
 
 #include "SensorConfig.h"
 #include "host/Exchange.h"
+#include "host/SavedFor.h"
 #include "host/SchemeFiles.h"
 #include "host/Text.h"
 
@@ -44,6 +45,7 @@ SchemeOutcome Camera::Core::saveOne(int number) {
     }
     outcome.saved = m_memory.refreshSaved(number) && m_memory.unsaved(number) == 0;
     if (outcome.saved) {
+        rememberSavedFor(m_identity);
         outcome.refusal = {};
     } else if (outcome.refusal.reason == Reason::None) {
         outcome.refusal.reason = Reason::Storage;
@@ -210,6 +212,7 @@ void Camera::Core::handle(const Reset& /*operation*/, Work& work) {
     }
     m_overlays.clear();
     m_controller->resetParameters();
+    forgetSavedFor();
     m_uiTexts.provide();
     m_bySchedule = true;
     loadAll();

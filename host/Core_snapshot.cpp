@@ -104,6 +104,7 @@ void Camera::Core::publish() {
         m_layer->state(&now.layer.goneSeconds) == image_adjust::DeviceState::Present && !m_gone;
     now.layer.version = m_version;
     now.catalogue = m_catalogue;
+    now.problems = m_problems;
     now.values.resize(m_catalogue->parameters.size());
     for (std::size_t i = 0; i < now.values.size(); ++i) {
         const Parameter& about = m_catalogue->parameters[i];

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include "DKFile.h"
@@ -17,6 +18,8 @@ const char kMachineInfo[] = "/mnt/mtd/code/factory_setting/machineinfo.ini";
 namespace {
 
 const char kSignFile[] = "/mnt/mtd/sign/Debug.sign";
+
+constexpr char kBefore[] = ".before";
 
 const char* const kFolders[] = {"/mnt/mtd/code/config_file", "/mnt/mtd/code/factory_setting",
                                 "/mnt/mtd/sign", "/mnt/mtd/log", "/tmp"};
@@ -43,10 +46,12 @@ bool openDeviceTree(const std::string& directory, std::string& problem) {
     std::error_code error;
     const std::filesystem::path root = std::filesystem::canonical(directory, error);
     if (error || !std::filesystem::is_directory(root / "hd1", error)) {
-        problem = "no device tree: " + quoted(directory) +
-                  (root.empty() ? " does not exist" : " has no folder hd1") +
-                  "; make one with cp -r SOURCE/device " + printable(directory) +
-                  ", or name another with --device";
+        // Copied to a folder that exists, a folder would come to lie within it.
+        problem =
+            "no device tree: " + quoted(directory) +
+            (root.empty() ? " does not exist; make one with cp -r SOURCE/device "
+                          : " has no folder hd1; make one there with cp -r SOURCE/device/. ") +
+            printable(directory) + ", or name another with --device";
         return false;
     }
     if (!linux_framework::setDeviceRoot(root.string())) {
@@ -88,6 +93,34 @@ bool writeDeviceFile(const std::string& path, const std::string& text, std::stri
 
 bool writeSignFile(int level, bool abort, std::string& problem) {
     return writeDeviceFile(kSignFile, std::to_string(level) + (abort ? "\n1\n" : "\n0\n"), problem);
+}
+
+void keepSignFile() {
+    const std::string file = linux_framework::deviceRoot() + std::string(kSignFile);
+    std::error_code error;
+    if (std::filesystem::exists(file + kBefore, error)) {
+        return; // of a run that could not put it back
+    }
+    if (std::filesystem::exists(file, error)) {
+        std::filesystem::copy_file(file, file + kBefore, error);
+    } else {
+        std::ofstream none(file + kBefore);
+    }
+}
+
+void restoreSignFile() {
+    const std::string file = linux_framework::deviceRoot() + std::string(kSignFile);
+    std::error_code error;
+    const auto size = std::filesystem::file_size(file + kBefore, error);
+    if (error) {
+        return;
+    }
+    if (size == 0) {
+        std::filesystem::remove(file, error);
+        std::filesystem::remove(file + kBefore, error);
+    } else {
+        std::filesystem::rename(file + kBefore, file, error);
+    }
 }
 
 bool writeDeviceType(int type, std::string& problem) {

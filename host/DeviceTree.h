@@ -23,6 +23,12 @@ bool writeDeviceFile(const std::string& path, const std::string& text, std::stri
 /// Writes the report level and the abort switch to the device's sign file.
 bool writeSignFile(int level, bool abort, std::string& problem);
 
+/// Keeps a copy of the sign file beside it, unless there is one, which then counts.
+void keepSignFile();
+
+/// Puts the copy back, where there is one.
+void restoreSignFile();
+
 /// Writes the device type to the machine information; its other lines stay.
 bool writeDeviceType(int type, std::string& problem);
 

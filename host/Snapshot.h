@@ -211,7 +211,8 @@ struct Snapshot {
     bool settled = false; ///< compared since the last change, and nothing is left to be tried
     int unsaved = 0;      ///< of all schemes
     std::optional<Trial> trial;
-    std::uint64_t journal = 0; ///< the journal's sequence number at that moment
+    std::vector<std::string> problems; ///< of the device tree, found at the start
+    std::uint64_t journal = 0;         ///< the journal's sequence number at that moment
 
     const Parameter* parameter(u32 key) const { return catalogue->find(key); }
     const Value* value(u32 key) const; ///< or null
