@@ -65,6 +65,7 @@ void Camera::Core::handle(const KeepTrial& /*operation*/, Work& work) {
             values.push_back({key, overlay.value});
         }
     }
+    work.entry.note = "the trial is kept";
     applyAll(values, Manner::Record, work);
 }
 
@@ -129,7 +130,7 @@ void Camera::Core::endTrialOf(u32 key, const Work& work) {
     overlay->second.onTrial = false;
     const bool more = std::any_of(m_overlays.begin(), m_overlays.end(),
                                   [](const auto& other) { return other.second.onTrial; });
-    if (!more && !work.dryRun) {
+    if (!more && !work.dryRun && work.entry.note.empty()) {
         JournalEntry entry;
         entry.kind = JournalEntry::Kind::Trial;
         entry.origin = work.origin;

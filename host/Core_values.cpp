@@ -432,6 +432,7 @@ void Camera::Core::handle(const Undo& operation, Work& work) {
     }
     const ScheduleHold hold(*this);
     work.entry.joins = false; // a change of its own
+    work.entry.undoes = entry->id;
     for (const auto& [number, pairs] : wanted) {
         if (number == m_scheme) {
             applyAll(pairs, Manner::Record, work);

@@ -44,6 +44,7 @@ struct JournalEntry {
     long long machineTime = 0; ///< milliseconds since 1970
     long long lastTime = 0;    ///< of the last change that joined it; as machineTime
     bool joins = true;         ///< may become one entry with its like, see Journal::add
+    std::uint64_t undoes = 0;  ///< the entry that it takes back; 0: none
     int schemeBefore = -1;
     int schemeAfter = -1;        ///< in force
     std::string note;            ///< for people: "Trial over", "the camera is unplugged"

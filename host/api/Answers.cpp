@@ -145,6 +145,10 @@ Json outcomeDocument(const Snapshot& snapshot, const Outcome& outcome, int langu
     if (!outcome.text.empty()) {
         document["text"] = outcome.text;
     }
+    if (outcome.count != 0) {
+        document["count"] = outcome.count;
+        document["changed"] = outcome.changed;
+    }
     if (!outcome.lines.empty()) {
         document["errors"] = outcome.lines;
     }
@@ -156,6 +160,11 @@ Json outcomeDocument(const Snapshot& snapshot, const Outcome& outcome, int langu
 std::string sentenceOf(const Snapshot& snapshot, const Outcome& outcome, int language) {
     for (const KeyOutcome& key : outcome.keys) {
         if (key.result == KeyResult::Refused) {
+            return sentence(snapshot, key, language);
+        }
+    }
+    for (const KeyOutcome& key : outcome.keys) {
+        if (key.result == KeyResult::TakenDifferently) {
             return sentence(snapshot, key, language);
         }
     }
@@ -249,7 +258,10 @@ Response answer(const Snapshot& snapshot, const Outcome& outcome, int language) 
     if (reason == Reason::None && outcome.result == Result::Busy) {
         reason = Reason::Busy;
     }
-    const ProblemKind kind = kindOf(reason);
+    const bool differently = reason == Reason::None && outcome.result == Result::Partly;
+    const ProblemKind kind =
+        differently ? ProblemKind{409, "taken_differently", "The camera took another value"}
+                    : kindOf(reason);
     std::string urn = kind.code;
     for (char& c : urn) {
         c = c == '_' ? '-' : c;

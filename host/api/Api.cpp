@@ -72,16 +72,11 @@ void Api::handle(const Request& request, std::function<void(Response)> done) {
         done(fault.response());
         return;
     }
-    if (handler->allParameters) {
-        done(m_state->cachedParameters(*snapshot, language));
+    if (handler->read != nullptr || handler->allParameters) {
+        read(*handler, request, match, language, std::move(done));
         return;
     }
     const Context context{request, match, *snapshot, m_state->camera, language};
-    if (handler->read != nullptr) {
-        Response response = handler->read(context, fault);
-        done(fault ? fault.response() : std::move(response));
-        return;
-    }
     host::Request operation;
     operation.origin.who = request.who;
     operation.origin.client = request.client;
@@ -96,6 +91,31 @@ void Api::handle(const Request& request, std::function<void(Response)> done) {
             done(after != nullptr ? answer(*after, outcome, language)
                                   : problem(503, "stopping", "The camera is being switched off."));
         });
+}
+
+/// Answers what only reads, of the camera as it was when it last looked; with "fresh" in the query it
+/// looks first.
+void Api::read(const Handler& handler, const Request& request, const Match& match, int language,
+               std::function<void(Response)> done) {
+    const auto make = [&handler, language, state = m_state](const Request& asked,
+                                                            const Match& found) -> Response {
+        const std::shared_ptr<const Snapshot> now = state->camera.snapshot();
+        if (handler.allParameters) {
+            return state->cachedParameters(*now, language);
+        }
+        Problem fault;
+        Response response = handler.read({asked, found, *now, state->camera, language}, fault);
+        return fault ? fault.response() : response;
+    };
+    const std::string* const fresh = request.argument("fresh");
+    if (fresh == nullptr || *fresh == "0") {
+        done(make(request, match));
+        return;
+    }
+    host::Request refresh;
+    refresh.operation = Refresh{};
+    m_state->camera.submit(std::move(refresh), [make, request, match, done = std::move(done)](
+                                                   const Outcome&) { done(make(request, match)); });
 }
 
 Response Api::ask(const Request& request) {

@@ -47,6 +47,8 @@ struct Route {
     std::size_t mostBody;       ///< bytes
 };
 
+struct Handler;
+
 /// Every route.
 const std::vector<Route>& routes();
 
@@ -75,6 +77,9 @@ public:
 
 private:
     struct State;
+    void read(const Handler& handler, const Request& request, const std::vector<std::string>& match,
+              int language, std::function<void(Response)> done);
+
     std::shared_ptr<State> m_state;
 };
 

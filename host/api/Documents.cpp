@@ -141,7 +141,9 @@ Json cameraDocument(const Snapshot& snapshot, int language) {
               {"reason", ruleName(snapshot.rule.why)},
               {"reason_text", snapshot.rule.text}}},
             {"next", std::move(next)},
+            {"due", schemeAt(snapshot.schemes, snapshot.time.minuteOfDay())},
             {"mode", snapshot.bySchedule ? "schedule" : "manual"},
+            {"parameters", snapshot.catalogue->schemeKeys.size()},
             {"day_night_schemes", snapshot.dayNightSchemes},
             {"day_night", snapshot.night ? Json(*snapshot.night ? "night" : "day") : Json(nullptr)},
             {"fps", snapshot.framesPerSecond},
@@ -158,7 +160,8 @@ Json cameraDocument(const Snapshot& snapshot, int language) {
             {"settled", snapshot.settled},
             {"unsaved", unsavedDocument(snapshot)},
             {"differences", differencesDocument(snapshot, language)},
-            {"trial", trialDocument(snapshot, language)}};
+            {"trial", trialDocument(snapshot, language)},
+            {"problems", snapshot.problems}};
 }
 
 Json schemesDocument(const Snapshot& snapshot, int) {

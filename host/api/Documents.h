@@ -24,7 +24,7 @@ Json entryDocument(const Snapshot& snapshot, const Journal& journal, const Journ
                    int language);
 /// @param key  only entries with that key; 0: all
 Json historyDocument(const Snapshot& snapshot, const Journal& journal, std::size_t most, u32 key,
-                     int language);
+                     std::uint64_t since, int language);
 
 /// "2026-11-23T21:04:10", "21:04", "2026-11-23T20:04:10.123Z"
 std::string timestamp(const CameraTime& time);

@@ -81,6 +81,12 @@ Response getHistory(const Context& context, Problem& fault) {
     u32 key = 0;
     const std::string* const given = context.request.argument("count");
     const std::string* const wanted = context.request.argument("key");
+    const std::string* const after = context.request.argument("since");
+    long long since = 0;
+    if (after != nullptr && (!readNumber(*after, since) || since < 0)) {
+        fault.badRequest("'since' is a sequence number.");
+        return {};
+    }
     if (given != nullptr && !readIntWithin(*given, 1, Journal::kMostEntries, count)) {
         fault.badRequest("'count' is a number from 1 to 1000.");
         return {};
@@ -90,7 +96,7 @@ Response getHistory(const Context& context, Problem& fault) {
     }
     return documentResponse(historyDocument(context.snapshot, context.camera.journal(),
                                             static_cast<std::size_t>(count), key,
-                                            context.language));
+                                            static_cast<std::uint64_t>(since), context.language));
 }
 
 Response getTrial(const Context& context, Problem&) {

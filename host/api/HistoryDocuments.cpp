@@ -67,24 +67,28 @@ Json entryDocument(const Snapshot& snapshot, const Journal&, const JournalEntry&
             {"scheme", entry.schemeAfter},
             {"scheme_title", schemeTitle(snapshot, entry.schemeAfter)},
             {"text", textOrNull(entry.note)},
+            {"undoes", entry.undoes == 0 ? Json(nullptr) : Json(entry.undoes)},
             {"undoable", undoable},
             {"changes", std::move(changes)}};
 }
 
 Json historyDocument(const Snapshot& snapshot, const Journal& journal, std::size_t most, u32 key,
-                     int language) {
+                     std::uint64_t since, int language) {
     Json list = Json::array();
+    const std::uint64_t sequence = journal.sequence();
     const std::vector<Journal::Entry> entries = journal.newest(Journal::kMostEntries);
     // Newest first, as people read it.
     for (auto entry = entries.rbegin(); entry != entries.rend() && list.size() < most; ++entry) {
         const auto& changes = (*entry)->changes;
+        if ((*entry)->sequence <= since || (*entry)->sequence > sequence) {
+            continue;
+        }
         if (key == 0 || std::any_of(changes.begin(), changes.end(),
                                     [key](const Change& change) { return change.key == key; })) {
             list.push_back(entryDocument(snapshot, journal, **entry, language));
         }
     }
-    return {
-        {"boot", journal.bootId()}, {"sequence", journal.sequence()}, {"entries", std::move(list)}};
+    return {{"boot", journal.bootId()}, {"sequence", sequence}, {"entries", std::move(list)}};
 }
 
 } // namespace host::api

@@ -1,11 +1,21 @@
+#include <algorithm>
+#include <iterator>
+
 #include "Layer.h"
-#include "SensorKeys.h"
+#include "SensorKeyTable.h"
 #include "host/Names.h"
 #include "host/Sentences.h"
 #include "host/api/Documents.h"
 
 namespace host::api {
 namespace {
+
+/// What the key table says of a key; null for one that is not in it.
+const SensorKeyRow* rowOf(u32 key) {
+    const auto found = std::find_if(std::begin(SENSOR_KEY_TABLE), std::end(SENSOR_KEY_TABLE),
+                                    [key](const SensorKeyRow& row) { return row.key == key; });
+    return found != std::end(SENSOR_KEY_TABLE) ? &*found : nullptr;
+}
 
 const char* controlName(Parameter::Kind kind) {
     switch (kind) {
@@ -84,6 +94,7 @@ Json parameterDocument(const Snapshot& snapshot, std::size_t index, int language
     const Parameter& parameter = snapshot.catalogue->parameters[index];
     const Value& value = snapshot.values[index];
     const std::optional<int> inForce = value.inForce();
+    const SensorKeyRow* const row = rowOf(parameter.key);
     const std::string why =
         value.block.reason == Reason::None ? std::string() : reasonText(value.block);
     return {
@@ -92,6 +103,7 @@ Json parameterDocument(const Snapshot& snapshot, std::size_t index, int language
         {"symbol", parameter.name},
         {"style_name", textOrNull(parameter.styleName)},
         {"label", parameter.label(language)},
+        {"help", row != nullptr ? Json(row->meaning) : Json(nullptr)},
         {"unit", parameter.unit},
         {"group", textOrNull(parameter.group)},
         {"tab", textOrNull(parameter.tab)},
