@@ -23,7 +23,7 @@ scheme 0|scheme 0
 set scheme-end-hour=24 (Contrast,99)|set 0
 set (34,60)(2337,55)|set 0
 apply brightness=70|apply 0
-get (2337,KEY_BRIGHTNESS)|get (2337,55)(34,60)
+get (2337,KEY_BRIGHTNESS)|get (2337,55)(34,70)
 restore brightness|restore 0
 restore-ae|restore-ae 1
 flush|flush 0
@@ -50,6 +50,34 @@ af|af [0-9]*
 wdr|wdr mode=0 allowed=1
 mirror|mirror 0
 keys|keys KEYS
+set expose_mode=manual,max_shutter=1/25 mirror=off --save|set 0
+set brightness=90 --dry-run|set 0
+get brightness|get (34,61)
+try 3600 contrast=7|try 0
+get contrast|get (2353,7)
+drop|drop done
+get contrast|get (2353,99)
+try 3600 contrast=8|try 0
+keep|keep 0
+undo|undo 0
+get contrast|get (2353,99)
+history 3|history 3
+window 2 08:00-09:00|window 2 08:00-09:00
+window 0 18:00-06:00 --with 1|window 0 18:00-24:00
+name 1 Morning|name 1 Morning
+schemes|schemes 5 mode=0
+compare 0 2|compare 0 2 [1-9]*
+copy 0 2|copy 0 2 changed=[1-9]*
+diff 0 2|diff 0 2 [1-9]*
+save|save 0, 1, 2
+plan|plan hours=24 *
+explain contrast|explain contrast 99
+explain dark|explain dark
+window 0 00:00-24:00|window 0 00:00-24:00
+window 1 off|window 1 00:00-06:00 off
+save|save 0, 1
+keys shutter|keys [1-9]*
+watch 1|watch from [1-9]*
 style|style [1-9]*
 common 77|common 77 [1-9]*
 export WORK/exported|export *
@@ -71,7 +99,7 @@ expect 'commands of the help' "$(sed -n '/^help/,$s/^  \([a-z-]*\) .*/\1/p' "$wo
 mkdir "$work/exports" && ln -s "$work/again" "$work/exports/link"
 touch "$work/exports/.~notes.1.2" "$work/.~notes.1.2" "$work/again" # whoever's they are
 run main -c 'mode 0' -c 'scheme 0' -c 'get brightness' -c "export $work/exports/link" -c 'keys --json'
-expect 'after a restart' "$(oneline "$work/answers")$(grep -c '"key":' "$work/out")" "*get (34,61);*;$keys"
+expect 'after a restart' "$(oneline "$work/answers")$(grep -o '"symbol":' "$work/out" | wc -l)" "*get (34,61);*;$keys"
 cmp "$work/exported" "$work/again" || failures=1
 expect 'files beside an export' "$(cd "$work" && ls -d .[!.]* exports/* exports/.[!.]* | xargs)" \
     '.~notes.1.2 exports/.~notes.1.2 exports/link'
@@ -117,23 +145,43 @@ done <<'END'
 -c 'stat' -c 'mode 1'|2 *did you mean 'status'?
 -c 'set brigtness=1'|3 *did you mean 'brightness'?
 -c 'set (34,60'|2 *allowed: (KEY,VALUE) or KEY=VALUE
--c 'set (34,256)' -c 'wait x'|3 *KEY_BRIGHTNESS = 256 was refused; it takes 0..255
--c 'mode 0' -c 'scheme 1' -c 'set (8003,0)' -c flush|1 *does not start before it ends (507)
+-c 'set (34,256)' -c 'wait x'|3 *Brightness takes 0..255; 256 was refused. * stays in force.*wait: 'x' is no number
+-c 'mode 0' -c 'scheme 1' -c 'set (8003,0)' -c flush|3 *does not start before it ends (507)
 -c 'fail 34 -1' -c 'compliance 34'|1 
 -c $'st\e\302\233\233\342\206\222'|2 *no command 'st\\x1b\\x9b\\x9b→'*
 --device $'no\e\302\233\233'|1 *'no\\x1b\\x9b\\x9b'*/device no\\x1b\\x9b\\x9b,*
 --trace /dev/full -c status|1 *'/dev/full' could not be written
+window 0 22:00-06:00|3 *needs two schemes*nothing is changed
+window 9 00:00-06:00|3 *no scheme '9'
+get brigtness|3 *did you mean 'brightness'?
+undo|3 *nothing that was asked for is left to take back
+keep|3 *nothing is on trial
+-c 'mode 0' -c 'scheme 0' -c 'fail 34 -9 1' -c 'set contrast=1,brightness=44,saturation=3'|1 *the layer failed (code -9)*Saturation was not tried.
+--connect ftp://x status|2 *is no address
+--connect http://a:b@x status|2 *holds no name, no password
+--connect http://127.0.0.1:1 status|1 *does not answer
+--device-type 4 status|1 *belong to another camera: they were saved for device type 1, this is device type 4; --convert carries over
 -c 'import WORK/wrong'|3 *line 3: *brightness*line 4: *line 5: *0..255*nothing is changed
 END
 expect 'files after refused commands' "$(scheme_files)" "$before"
 printf '# remark\n\n  get 34\0\n%0100000d\nmode 0\nscheme 2' 1 >"$work/odd"
 run main <"$work/odd"; expect 'odd lines' "$status $(oneline "$work/answers")" '2 mode 0;scheme 2;'
 
+# What was saved for another kind of camera is carried over by key, when that is asked for
+run main --device-type 4 --convert -c 'mode 0' -c 'scheme 0' -c 'get brightness'
+expect 'converted' "$status $(oneline "$work/answers")$(<"$work/err")" '0 *get (34,61);imgctl: carried over *'
+run main --device-type 4 get brightness; expect 'after a conversion' "$status $(<"$work/err")" '0 '
+
+# Reports go to standard error without colours, and more of them hold for one run
+run main --debug-level 6 set contrast=12
+expect 'reports' "$(grep -c . "$work/out") $(grep -c $'\e' "$work/err") $(grep -c . "$work/err")" '2 0 [1-9]*'
+run main get contrast; expect 'reports of the next run' "$(<"$work/err")" ''
+
 # No text of the device tree reaches a terminal's controls, and a signal leaves the terminal as it was
 tree odd
 printf 'a\e\302\233\233\n\t\303\233\r\n' >"$work/odd/hd1/moduleConfig/sensorConfig/language/0/language.xml"
 run odd --detail $'(x\e\302\233\233)' -c 'language 0' -c status
-expect 'controls' "$(<"$work/out")" $'language 0 11\na\\\\x1b\\\\x9b\\\\x9b\n\t\303\233\r\nstatus *"(x\\\\u001b\\\\u009b\\\\u009b)" *'
+expect 'controls' "$(<"$work/out")" $'language 0 13\na\\\\x1b\\\\x9b\357\277\275\n\t\303\233\r\nstatus *"(x\\\\u001b\\\\u009b\357\277\275)" *'
 cat >"$work/terminal" <<'SCRIPT'
 stty -g >before
 "$@" --device odd --speed 50 </dev/tty & pid=$!
@@ -146,6 +194,33 @@ for signal in TERM HUP; do
         </dev/null >/dev/null
     expect "terminal after SIG$signal" "$(<"$work/after")" "$((128 + $(kill -l $signal))) 1 same"
 done
+
+# The same answers and exit statuses whoever runs the camera
+daemon=$(dirname "${imgctl[-1]}")/imgctld
+if [ ${#imgctl[@]} = 1 ] && [ -x "$daemon" ]; then
+    tree served
+    "$daemon" --device "$work/served" --listen 127.0.0.1:0 >"$work/daemon" 2>&1 & pid=$!
+    for tries in $(seq 1000); do grep -q serving "$work/daemon" && break; sleep 0.02; done
+    url=$(sed -n 's|.*serving at \(.*\)/$|\1|p' "$work/daemon")
+    for where in "--device $work/served" "--connect $url"; do
+        while IFS='|' read -r command answer; do
+            $imgctl $where -c "$command" >"$work/out" 2>"$work/err" </dev/null; status=$?
+            expect "$command $where" "$status $(cat "$work/out" "$work/err" | tr '\n' ';')" "$answer"
+        done <<'COMMANDS'
+mode manual|0 mode 0;
+scheme 0|0 scheme 0;
+set contrast=41 --save|0 set 0;  Contrast is 41 *;  Scheme 0 is saved.;
+get Contrast|0 get (2353,41);
+set contrast=999|3 set -2353;imgctl: set: Contrast takes 0..255; 999 was refused. 41 stays in force.;
+explain contrast --json|0 {"key":2353,*};
+export -|0 *[[]scheme 0[]]*;
+get nothing at all|3 *no key 'nothing'*
+window 0 7|2 *
+wait 1|3 *another program runs this camera*
+COMMANDS
+    done
+    kill $pid; wait $pid
+fi
 
 for name in one three; do # two cameras at once
     tree $name; "${imgctl[@]}" --device "$work/$name" --speed 50 -c 'mode 0' -c 'scheme 0' \

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "Client.h"
 #include "host/Camera.h"
 
 namespace imgctl {
@@ -10,15 +11,35 @@ namespace imgctl {
 /// How a command ended; the number is the exit status, and the highest of a run counts.
 enum class Status { done = 0, failed = 1, usage = 2, rejected = 3 };
 
+/// The camera that commands are about.
+struct Target {
+    Client& client;
+    host::Camera* camera; ///< where this process runs it itself, else null
+    bool json = false;    ///< documents in place of texts, for every command
+};
+
 /// One call of a command.
 struct Call {
-    host::Camera& camera;
+    const Target& target;
     const char* name; ///< the command's
     std::vector<std::string>
         arguments; ///< as many as the synopsis has at most; optional ones may lack
+    bool json;     ///< the answer's document is asked for, not a text
     bool& quit;    ///< set to end the run
 
-    /// Asks the camera, as this program and its user.
+    /// Asks the camera by the API.
+    Answer ask(const std::string& method, const std::string& path, const Query& query = {}) const;
+    Answer ask(const std::string& method, const std::string& path, const Json& body) const;
+
+    /// Tells what went wrong, or with --json the document, whatever it says.
+    /// @param status  receives how the command ends then
+    /// @return true when all is said; false when the text of a good answer is still to be printed
+    bool told(const Answer& answer, Status& status) const;
+
+    /// The camera of this process; only for commands that are marked so.
+    host::Camera& camera() const { return *target.camera; }
+
+    /// Asks the camera of this process what the API does not offer.
     host::Outcome perform(host::Operation operation) const;
 
     /// Prints "NAME TEXT" on standard output, at once. No control character passes, here and below.
@@ -30,9 +51,12 @@ struct Call {
     /// Prints what is wrong on standard error. @return the status, for the caller to give back
     Status refuse(Status status, const std::string& what) const;
 
-    /// The same for an answer of the camera.
+    /// The same for an answer of the camera of this process.
     Status refuse(const host::Outcome& outcome) const;
 };
+
+/// How a run ends with such an answer: the same for the same fault, whatever the command was.
+Status statusOf(const Answer& answer);
 
 /// A command of the host.
 struct Command {
@@ -41,13 +65,14 @@ struct Command {
                           ///< last one takes the rest of the line
     const char* help;
     Status (*run)(const Call& call);
+    bool ownCamera = false; ///< works only on a camera of this process
 };
 
 /// Every command, in the order of the help.
 const std::vector<Command>& commands();
 
 /// Runs one line. Blank lines and comments, which start with '#', do nothing.
-Status runLine(host::Camera& camera, const std::string& line, bool& quit);
+Status runLine(const Target& target, const std::string& line, bool& quit);
 
 /// The commands, one a line with its help.
 std::string commandHelp();

@@ -15,9 +15,19 @@ Status runRestore(const Call& call);
 Status runRestoreAe(const Call& call);
 Status runReload(const Call& call);
 Status runReset(const Call& call);
+Status runTry(const Call& call);
+Status runKeep(const Call& call);
+Status runDrop(const Call& call);
+Status runUndo(const Call& call);
 
 // Schemes, time and state
 Status runScheme(const Call& call);
+Status runSchemes(const Call& call);
+Status runWindow(const Call& call);
+Status runName(const Call& call);
+Status runCopy(const Call& call);
+Status runCompare(const Call& call);
+Status runDiff(const Call& call);
 Status runMode(const Call& call);
 Status runFlush(const Call& call);
 Status runWait(const Call& call);
@@ -38,12 +48,17 @@ std::string lensSynopsis();
 
 // Listings and files
 Status runKeys(const Call& call);
-Status runDiff(const Call& call);
 Status runExport(const Call& call);
 Status runImport(const Call& call);
 Status runStyle(const Call& call);
 Status runLanguage(const Call& call);
 Status runCommon(const Call& call);
+
+// Why, what next, and what was
+Status runExplain(const Call& call);
+Status runPlan(const Call& call);
+Status runHistory(const Call& call);
+Status runWatch(const Call& call);
 
 // The layer against its contract
 Status runCompliance(const Call& call);

@@ -1,7 +1,6 @@
 #include "Command.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 #include "CommandFunctions.h"
@@ -39,6 +38,19 @@ std::string usageOf(const Command& command) {
            (command.synopsis.empty() ? "" : " " + command.synopsis) + " - " + command.help;
 }
 
+/// Takes a word out of a line. @return whether it was there
+bool takeWord(std::string& line, const std::string& word) {
+    const std::vector<std::string> all = host::words(line, line.size());
+    if (std::find(all.begin(), all.end(), word) == all.end()) {
+        return false;
+    }
+    line.clear();
+    for (const std::string& one : all) {
+        line += one == word ? "" : (line.empty() ? "" : " ") + one;
+    }
+    return true;
+}
+
 Status runHelp(const Call& call) {
     if (call.arguments.empty()) {
         call.answer("commands; KEY is a number or a name (34, KEY_BRIGHTNESS, brightness)");
@@ -60,8 +72,7 @@ void Call::answer(const std::string& text) const {
 }
 
 void Call::note(const std::string& what) const {
-    startLine();
-    std::fprintf(stderr, "imgctl: %s: %s\n", name, host::printable(what).c_str());
+    printError(std::string(name) + ": " + what);
 }
 
 Status Call::refuse(Status status, const std::string& what) const {
@@ -77,33 +88,98 @@ Status Call::refuse(const host::Outcome& outcome) const {
 host::Outcome Call::perform(host::Operation operation) const {
     host::Origin origin;
     origin.client = "imgctl";
-    return camera.perform(std::move(operation), std::move(origin));
+    return camera().perform(std::move(operation), std::move(origin));
+}
+
+Answer Call::ask(const std::string& method, const std::string& path, const Query& query) const {
+    return target.client.ask(method, path, query);
+}
+
+Answer Call::ask(const std::string& method, const std::string& path, const Json& body) const {
+    return target.client.ask(method, path, {}, host::api::text(body));
+}
+
+bool Call::told(const Answer& answer, Status& status) const {
+    status = statusOf(answer);
+    if (json && answer.status != 0) {
+        printLine(answer.body);
+        return true;
+    }
+    if (!answer.good()) {
+        note(answer.problem.empty() ? "it failed" : answer.problem);
+        return true;
+    }
+    return false;
+}
+
+Status statusOf(const Answer& answer) {
+    switch (answer.status) {
+        case 400: // not understood
+        case 405:
+        case 413:
+        case 415:
+            return Status::usage;
+        case 404: // no such key or scheme
+        case 409: // blocked, or another scheme is in force
+        case 422: // the value
+        case 401:
+        case 403:
+            return Status::rejected;
+        default:
+            return answer.good() ? Status::done : Status::failed;
+    }
 }
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> table = {
-        {"set", "PAIRS", "apply and record: (34,60)(2337,55) or brightness=60 saturation=55",
+        {"set", "PAIRS",
+         "apply and record: brightness=60 expose_mode=manual, or (34,60)(2337,55); --save too, "
+         "--dry-run only looks, --scheme N records in another one",
          runSet},
         {"apply", "PAIRS", "the same without recording; the keys of the time window are left out",
          runApply},
+        {"try", "SECONDS PAIRS", "apply for a time, after which the scheme's values come back",
+         runTry},
+        {"keep", "", "record what is on trial", runKeep},
+        {"drop", "", "end the trial at once", runDrop},
         {"get", "KEYS", "read one key, several, or a query such as (34,2337)", runGet},
-        {"all", "", "every parameter of the current scheme, corrected by the layer", runAll},
+        {"all", "", "every parameter of the current scheme, corrected by the layer", runAll, true},
+        {"keys", "[WORD]",
+         "table of keys: value, saved and factory value, what is allowed, what holds it; with WORD "
+         "those that have to do with it",
+         runKeys},
+        {"explain", "KEY",
+         "why a value is as it is; or of the picture: dark, bright, grey, blurred, noisy",
+         runExplain},
+        {"plan", "[HOURS]", "what the schedule will do, and what is wrong with it", runPlan},
+        {"history", "[N]", "the last N changes (20), newest last", runHistory},
+        {"undo", "[N]", "take the last N changes back (1); --entry ID, --force", runUndo},
+        {"watch", "[SECONDS]", "print every change as it happens, until Ctrl-C", runWatch},
+        {"status", "", "scheme, mode, time and state of the camera", runStatus},
+        {"schemes", "", "every scheme: its window, what is not saved, its name", runSchemes},
         {"scheme", "[N]",
          "the current scheme, or switch to N (in mode 1 the clock may switch back)", runScheme},
         {"mode", "[0|1]", "whether schemes switch by themselves (1) or not (0)", runMode},
-        {"flush", "", "save the current scheme to its file", runFlush},
+        {"window", "N [HH:MM-HH:MM|on|off]",
+         "the time of scheme N; across midnight with '--with M' for the morning", runWindow},
+        {"name", "N [TEXT]", "call scheme N so", runName},
+        {"copy", "A B", "scheme B gets the values of A, not its window", runCopy},
+        {"compare", "A B", "where two schemes differ, and what a switch would send", runCompare},
+        {"diff", "[A] [B]",
+         "where the current scheme differs from its file and the factory values; 'saved', "
+         "'factory', or two schemes",
+         runDiff},
+        {"flush", "[N]", "save the current scheme to its file, or scheme N", runFlush},
+        {"save", "[N]", "save every scheme with changes, or scheme N", runFlush},
         {"restore", "KEY", "apply one value of the current scheme again", runRestore},
         {"restore-ae", "", "apply exposure mode and focus mode again", runRestoreAe},
         {"reload", "", "apply what was last saved for the current scheme", runReload},
         {"reset", "", "throw saved schemes away and start with the factory values", runReset},
-        {"wait", "SECONDS", "let camera time pass", runWait},
-        {"status", "", "scheme, mode, time and state of the camera", runStatus},
-        {"keys", "[--json]", "table of keys: command, handler, value, factory value, range",
-         runKeys},
-        {"diff", "", "where the current scheme differs from its file and the factory values",
-         runDiff},
+        {"wait", "SECONDS", "let camera time pass", runWait, true},
         {"export", "FILE", "write the timed schemes to a text file of this machine", runExport},
-        {"import", "FILE", "check such a file; then set and save its schemes, whichever is current",
+        {"import", "FILE",
+         "check such a file; then set and save its schemes, whichever is current; --dry-run only "
+         "checks",
          runImport},
         {"style", "", "the controls of the user interface (XML), after a line with their size",
          runStyle},
@@ -120,12 +196,13 @@ const std::vector<Command>& commands() {
         {"day-night", "", "0 by day, 1 by night", runDayNight},
         {"mirror", "", "the mirror setting", runMirror},
         {"compliance", "[KEY]", "try the layer against its contract, key by key, and restore it",
-         runCompliance},
+         runCompliance, true},
         {"fail", "CMD CODE [COUNT]",
-         "let a command of the layer fail COUNT times, or until CODE is 0", runFail},
-        {"light", "LEVEL", "light on the sensor, 0 (dark) to 100", runLight},
-        {"limit", "CMD DEFAULT ITEM[,ITEM...]", "allow only these values of a command", runLimit},
-        {"unlimit", "CMD", "allow all values of a command again", runUnlimit},
+         "let a command of the layer fail COUNT times, or until CODE is 0", runFail, true},
+        {"light", "LEVEL", "light on the sensor, 0 (dark) to 100", runLight, true},
+        {"limit", "CMD DEFAULT ITEM[,ITEM...]", "allow only these values of a command", runLimit,
+         true},
+        {"unlimit", "CMD", "allow all values of a command again", runUnlimit, true},
         {"help", "[COMMAND]", "this list, or one command", runHelp},
         {"quit", "", "end", runQuit},
     };
@@ -140,26 +217,27 @@ std::string commandHelp() {
     return text;
 }
 
-Status runLine(host::Camera& camera, const std::string& line, bool& quit) {
+Status runLine(const Target& target, const std::string& line, bool& quit) {
     const std::vector<std::string> parts = host::words(line, 2);
     if (parts.empty() || parts[0][0] == '#') {
         return Status::done;
     }
     if (line.find('\0') != std::string::npos) {
-        std::fprintf(stderr, "imgctl: %s holds a zero byte\n", host::quoted(line).c_str());
+        printError(host::quoted(line) + " holds a zero byte");
         return Status::usage;
     }
     const Command* command = findCommand(parts[0]);
     if (command == nullptr) {
-        std::fprintf(stderr, "imgctl: %s\n", unknownCommand(parts[0]).c_str());
+        printError(unknownCommand(parts[0]));
         return Status::usage;
     }
     const std::vector<std::string> expected =
         host::words(command->synopsis, command->synopsis.size());
     const auto needed = std::count_if(expected.begin(), expected.end(),
                                       [](const std::string& word) { return word[0] != '['; });
-    const std::string rest = parts.size() > 1 ? parts[1] : std::string();
-    const Call call{camera, command->name, host::words(rest, expected.size()), quit};
+    std::string rest = parts.size() > 1 ? parts[1] : std::string();
+    const bool json = takeWord(rest, "--json") || target.json;
+    const Call call{target, command->name, host::words(rest, expected.size()), json, quit};
     if (call.arguments.size() > expected.size()) {
         return call.refuse(Status::usage,
                            host::quoted(rest) + " is too much; " + usageOf(*command));
@@ -167,6 +245,10 @@ Status runLine(host::Camera& camera, const std::string& line, bool& quit) {
     if (call.arguments.size() < static_cast<std::size_t>(needed)) {
         return call.refuse(Status::usage,
                            expected[call.arguments.size()] + " is missing; " + usageOf(*command));
+    }
+    if (command->ownCamera && target.camera == nullptr) {
+        return call.refuse(Status::rejected,
+                           "another program runs this camera; this works only where none does");
     }
     return command->run(call);
 }

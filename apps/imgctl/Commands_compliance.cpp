@@ -11,7 +11,7 @@
 
 namespace imgctl {
 Status runCompliance(const Call& call) {
-    const auto now = call.camera.snapshot();
+    const auto now = call.camera().snapshot();
     const std::vector<compliance::Command> commands =
         compliance::commandsOf(g_pKeyCmdMap, g_nKeyCmdNum);
     const compliance::Command* only = nullptr;

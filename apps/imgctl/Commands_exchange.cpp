@@ -1,57 +1,71 @@
-#include "CommandFunctions.h"
+#include <algorithm>
 
-#include "host/Exchange.h"
+#include "CommandFunctions.h"
+#include "Output.h"
+#include "Shown.h"
+#include "Words.h"
 #include "host/Files.h"
-#include "host/Sentences.h"
+#include "host/Text.h"
 
 namespace imgctl {
-namespace {
-
-constexpr std::size_t kLongestImport = 1UL << 20;
-
-} // namespace
 
 Status runExport(const Call& call) {
-    std::size_t count = 0;
+    const Answer answer = call.ask("GET", "/export");
+    Status status = Status::done;
+    if (!answer.good()) {
+        call.told(answer, status);
+        return status;
+    }
+    if (call.arguments[0] == "-") {
+        printLine(host::printableLines(answer.body));
+        return status;
+    }
     std::string problem;
-    const std::string text = host::exportText(*call.camera.snapshot(), count);
-    if (!host::replaceFile(call.arguments[0], text, problem)) {
+    if (!host::replaceFile(call.arguments[0], answer.body, problem)) {
         return call.refuse(Status::failed, problem);
     }
-    call.answer(std::to_string(count));
-    return Status::done;
+    call.answer(std::to_string(std::count(answer.body.begin(), answer.body.end(), '=')));
+    return status;
 }
 
 Status runImport(const Call& call) {
-    host::Import import;
+    std::string file = call.arguments[0];
     std::string problem;
-    if (!host::readFile(call.arguments[0], kLongestImport, import.text, problem)) {
+    std::vector<std::pair<std::string, std::string>> options;
+    std::string text;
+    if (!takeOptions(file, {"--dry-run"}, options, problem)) {
+        return call.refuse(Status::usage, problem);
+    }
+    if (file.empty()) {
+        return call.refuse(Status::usage, "FILE is missing");
+    }
+    if (!host::readFile(file, host::api::kMostImport, text, problem)) {
         return call.refuse(Status::failed, problem);
     }
-    const host::Outcome outcome = call.perform(import);
-    for (const std::string& line : outcome.lines) {
-        call.note(line);
+    const bool dryRun = !options.empty();
+    const Answer answer =
+        call.target.client.ask("POST", "/import", dryRun ? Query{{"dry-run", "1"}} : Query(), text);
+    Status status = Status::done;
+    const Json& document = answer.document;
+    const bool wrong = document.is_object() && document.contains("errors");
+    if (call.json || (!answer.good() && !wrong)) {
+        call.told(answer, status);
+        if (!call.json && document.is_object() && textOf(document, "key") != "") {
+            call.note("nothing is saved; the values before it are in force");
+        }
+        return status;
     }
-    if (!outcome.lines.empty()) {
+    if (wrong) {
+        for (const Json& line : document["errors"]) {
+            call.note(line.is_string() ? line.get<std::string>() : line.dump());
+        }
         return call.refuse(Status::rejected, "nothing is changed");
     }
-    for (const host::KeyOutcome& key : outcome.keys) {
-        if (key.result == host::KeyResult::Refused) {
-            return call.refuse(Status::rejected,
-                               host::sentence(*call.camera.snapshot(), key) +
-                                   " Nothing is saved; the values before it are in force.");
-        }
+    call.answer(numberOf(document, "count", "0") +
+                " changed=" + numberOf(document, "changed", "0"));
+    if (dryRun) {
+        printLine("  Nothing is changed: this only looked.");
     }
-    Status status = Status::done;
-    for (const host::SchemeOutcome& scheme : outcome.schemes) {
-        if (!scheme.saved) {
-            status = call.refuse(Status::rejected, host::sentence(scheme) + "; it is set");
-        }
-    }
-    if (!outcome.done() && status == Status::done) {
-        return call.refuse(outcome);
-    }
-    call.answer(std::to_string(outcome.count) + " changed=" + std::to_string(outcome.changed));
     return status;
 }
 

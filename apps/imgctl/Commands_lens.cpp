@@ -1,97 +1,69 @@
 #include "CommandFunctions.h"
-#include "ImageAdjust.h"
 #include "SensorKeys.h"
-#include "host/Sentences.h"
+#include "Shown.h"
 #include "host/Text.h"
 
 namespace imgctl {
 namespace {
 
-using host::LensAction;
-
-struct Move {
-    const char* name;
-    LensAction::Action action;
-};
-
-const Move kMoves[] = {
-    {"focus-far", LensAction::Action::FocusFar}, {"focus-near", LensAction::Action::FocusNear},
-    {"iris-up", LensAction::Action::IrisUp},     {"iris-down", LensAction::Action::IrisDown},
-    {"zoom-in", LensAction::Action::ZoomIn},     {"zoom-out", LensAction::Action::ZoomOut},
-};
+const char* const kMoves[] = {"focus-far", "focus-near", "iris-up",
+                              "iris-down", "zoom-in",    "zoom-out"};
 
 Status layerRefused(const Call& call) {
     return call.refuse(Status::failed, "the layer refused");
 }
 
-/// "; it takes 0..255" for a key whose range is known, otherwise "".
-std::string allowedFor(const Call& call, u32 key) {
-    const host::Value* value = call.camera.snapshot()->value(key);
-    return value != nullptr && value->limits ? "; it takes " + value->limits->text() : "";
-}
-
 /// Carries an action out with the one number of a command, when it is given, and asks where the
 /// lens stands.
-/// @return false after a refusal, which is then in status
-bool act(const Call& call, LensAction::Action action, u32 key, host::LensState& state,
-         Status& status) {
-    LensAction wanted;
-    if (!call.arguments.empty()) {
-        wanted.action = action;
-        if (!host::readInt(call.arguments[0], wanted.value)) {
-            status = call.refuse(Status::usage, host::quoted(call.arguments[0]) + " is no number" +
-                                                    allowedFor(call, key));
-            return false;
-        }
+/// @return true when there is nothing more to say; status is set then
+bool acted(const Call& call, const char* action, Json& lens, Status& status) {
+    int value = 0;
+    if (!call.arguments.empty() && !host::readInt(call.arguments[0], value)) {
+        status = call.refuse(Status::usage, host::quoted(call.arguments[0]) + " is no number");
+        return true;
     }
-    const host::Outcome outcome = call.perform(wanted);
-    if (!outcome.done()) {
-        status = call.refuse(Status::failed, host::quoted(call.arguments[0]) + " was refused: " +
-                                                 host::reasonText(outcome.refusal));
-        return false;
+    const Answer answer = call.arguments.empty() ? call.ask("POST", "/lens/read")
+                                                 : call.ask("POST", std::string("/lens/") + action,
+                                                            Json{{"value", value}});
+    if (call.told(answer, status)) {
+        return true;
     }
-    state = *outcome.lens;
-    return true;
-}
-
-std::string orDash(const std::optional<int>& value) {
-    return value ? std::to_string(*value) : "-";
+    lens = answer.document.value("lens", Json::object());
+    return false;
 }
 
 /// " moving=1" while the movement that a command started is under way.
-std::string moving(const std::optional<bool>& moves) {
-    return moves ? *moves ? " moving=1" : " moving=0" : "";
-}
-
-/// The device's own value of a key. @return false when it does not tell
-bool readDevice(const Call& call, u32 key, int& value) {
-    const host::Outcome outcome = call.perform(host::ReadKeys{{key}, true});
-    const auto found = outcome.values.find(key);
-    value = found == outcome.values.end() ? 0 : found->second;
-    return found != outcome.values.end();
+std::string moving(const Json& lens, const char* member) {
+    const std::string moves = textOf(lens, member);
+    return moves.empty() ? "" : moves == "true" ? " moving=1" : " moving=0";
 }
 
 } // namespace
 
 std::string lensSynopsis() {
     std::string text;
-    for (const Move& move : kMoves) {
-        text += (text.empty() ? "" : "|") + std::string(move.name);
+    for (const char* move : kMoves) {
+        text += (text.empty() ? "" : "|") + std::string(move);
     }
     return text;
 }
 
 Status runLens(const Call& call) {
     std::vector<std::string> names;
-    for (const Move& move : kMoves) {
-        if (call.arguments[0] == move.name) {
-            LensAction wanted;
-            wanted.action = move.action;
-            const host::Outcome outcome = call.perform(wanted);
-            call.answer(std::string(move.name) + (outcome.done() ? " 1" : " 0"));
-            return outcome.done() ? Status::done : call.refuse(outcome);
+    for (const char* move : kMoves) {
+        names.emplace_back(move);
+        if (call.arguments[0] != move) {
+            continue;
         }
-        names.emplace_back(move.name);
+        const Answer answer = call.ask("POST", std::string("/lens/") + move);
+        Status status = Status::done;
+        if (!call.json) {
+            call.answer(std::string(move) + (answer.good() ? " 1" : " 0"));
+        }
+        if (call.json || !answer.good()) {
+            call.told(answer, status);
+        }
+        return status;
     }
     return call.refuse(Status::usage,
                        "no movement " + host::quoted(call.arguments[0]) +
@@ -100,61 +72,69 @@ Status runLens(const Call& call) {
 }
 
 Status runZoom(const Call& call) {
-    host::LensState state;
+    Json lens;
     Status status = Status::done;
-    if (!act(call, LensAction::Action::ZoomTo, KEY_MZ_POSITION, state, status)) {
+    if (acted(call, "zoom-to", lens, status)) {
         return status;
     }
-    if (!state.zoom) {
+    const std::string position = numberOf(lens, "zoom", "");
+    if (position.empty()) {
         return layerRefused(call);
     }
-    call.answer("position=" + std::to_string(*state.zoom) + " ratio=" + orDash(state.zoomRatio) +
-                moving(state.zoomMoves));
-    return Status::done;
+    call.answer("position=" + position + " ratio=" + numberOf(lens, "zoom_ratio") +
+                moving(lens, "zoom_moves"));
+    return status;
 }
 
 Status runFocus(const Call& call) {
-    host::LensState state;
+    Json lens;
     Status status = Status::done;
-    if (!act(call, LensAction::Action::FocusTo, KEY_MF_POSITION, state, status)) {
+    if (acted(call, "focus-to", lens, status)) {
         return status;
     }
-    if (!state.focus) {
+    const std::string position = numberOf(lens, "focus", "");
+    if (position.empty()) {
         return layerRefused(call);
     }
-    call.answer("position=" + std::to_string(*state.focus) + moving(state.focusMoves));
-    return Status::done;
+    call.answer("position=" + position + moving(lens, "focus_moves"));
+    return status;
 }
 
 Status runFocusMode(const Call& call) {
-    host::LensState state;
+    Json lens;
     Status status = Status::done;
-    if (!act(call, LensAction::Action::FocusMode, KEY_AUTO_FOCUS_MODE, state, status)) {
+    if (acted(call, "focus-mode", lens, status)) {
         return status;
     }
-    if (!state.focusMode) {
+    const std::string mode = numberOf(lens, "focus_mode", "");
+    if (mode.empty()) {
         return layerRefused(call);
     }
-    call.answer(std::to_string(*state.focusMode));
-    return Status::done;
+    call.answer(mode);
+    return status;
 }
 
 Status runPtz(const Call& call) {
-    host::LensState state;
+    Json lens;
     Status status = Status::done;
-    if (act(call, LensAction::Action::PanTiltMoves, IA_CMD_PTZ_RUN_STATE, state, status)) {
+    if (!acted(call, "pan-tilt", lens, status)) {
         call.answer(call.arguments[0]);
     }
     return status;
 }
 
 Status runAf(const Call& call) {
-    const host::Outcome outcome = call.perform(LensAction{});
-    if (!outcome.lens->sharpness) {
+    Json lens;
+    Status status = Status::done;
+    if (acted(call, "read", lens, status)) {
+        return status;
+    }
+    const std::string sharpness = numberOf(lens, "sharpness", "");
+    if (sharpness.empty()) {
         return layerRefused(call);
     }
-    call.answer(std::to_string(*outcome.lens->sharpness));
-    return Status::done;
+    call.answer(sharpness);
+    return status;
 }
 
 Status runWdr(const Call& call) {
@@ -164,42 +144,69 @@ Status runWdr(const Call& call) {
             return call.refuse(Status::usage, host::quoted(call.arguments[0]) +
                                                   " is not allowed; allowed: 0 or 1");
         }
+        if (call.target.camera == nullptr) {
+            return call.refuse(Status::rejected, "this is for the program that runs the camera");
+        }
         call.perform(host::AllowWideDynamicRange{value == 1});
     }
-    if (!readDevice(call, KEY_WDR_MODE, value)) {
+    Status status = Status::done;
+    const Answer camera = call.ask("GET", "/camera");
+    const Answer mode = call.ask("GET", "/parameters/" + std::to_string(KEY_WDR_MODE));
+    for (const Answer& answer : {camera, mode}) {
+        if (!answer.good()) {
+            call.told(answer, status);
+            return status;
+        }
+    }
+    const std::string hardware = numberOf(mode.document, "hardware", "");
+    if (hardware.empty()) {
         return layerRefused(call);
     }
-    call.answer("mode=" + std::to_string(value) +
-                " allowed=" + (call.camera.snapshot()->wideDynamicRangeAllowed ? "1" : "0"));
-    return Status::done;
+    call.answer("mode=" + hardware + " allowed=" +
+                (camera.document.value("wide_dynamic_range_allowed", false) ? "1" : "0"));
+    return status;
 }
 
 Status runDayNight(const Call& call) {
-    int night = 0;
-    if (!readDevice(call, IA_CMD_DN_STATE, night)) {
+    const Answer answer = call.ask("GET", "/camera");
+    Status status = Status::done;
+    if (call.told(answer, status)) {
+        return status;
+    }
+    const std::string night = textOf(answer.document, "day_night");
+    if (night.empty()) {
         return layerRefused(call);
     }
-    call.answer(std::to_string(night));
-    return Status::done;
+    call.answer(night == "night" ? "1" : "0");
+    return status;
 }
 
 Status runMirror(const Call& call) {
-    const host::Outcome outcome = call.perform(host::ReadKeys{{KEY_MIRROR}});
-    const auto mirror = outcome.values.find(KEY_MIRROR);
-    if (mirror == outcome.values.end()) {
+    const Answer answer = call.ask("GET", "/parameters/" + std::to_string(KEY_MIRROR));
+    Status status = Status::done;
+    if (call.told(answer, status)) {
+        return status;
+    }
+    const std::string mirror = numberOf(answer.document, "value", "");
+    if (mirror.empty()) {
         return layerRefused(call);
     }
-    call.answer(std::to_string(mirror->second));
-    return Status::done;
+    call.answer(mirror);
+    return status;
 }
 
 Status runVersion(const Call& call) {
-    const std::string version = call.camera.snapshot()->layer.version;
+    const Answer answer = call.ask("GET", "/camera");
+    Status status = Status::done;
+    if (call.told(answer, status)) {
+        return status;
+    }
+    const std::string version = textOf(answer.document["layer"], "version");
     if (version.empty()) {
         return layerRefused(call);
     }
     call.answer(version);
-    return Status::done;
+    return status;
 }
 
 } // namespace imgctl

@@ -1,57 +1,68 @@
 #include <algorithm>
-#include <cstdio>
 
 #include "CommandFunctions.h"
 #include "Output.h"
-#include "Words.h"
+#include "Shown.h"
 #include "host/Text.h"
 
 namespace imgctl {
 namespace {
 
-/// One row of the listing.
-struct Row {
-    const host::Parameter& parameter;
-    const host::Value& value;
-};
-
-std::string orDash(const std::string& text) {
-    return text.empty() ? "-" : text;
+/// The group and tab of each key, as the camera's user interface has them.
+std::string placeOf(const Json& document, const Json& key) {
+    for (const Json& group : document["groups"]) {
+        for (const Json& tab : group["tabs"]) {
+            const Json& keys = tab["parameters"];
+            if (std::find(keys.begin(), keys.end(), key) != keys.end()) {
+                const std::string label = textOf(group, "label");
+                return (label.empty() ? "" : label + ": ") + textOf(tab, "label");
+            }
+        }
+    }
+    return "Not in the camera's user interface";
 }
 
-std::string number(const std::optional<int>& value, const char* otherwise) {
-    return value ? std::to_string(*value) : otherwise;
-}
-
-std::string tableLine(const Row& row) {
-    char text[256];
-    const host::Parameter& parameter = row.parameter;
-    std::snprintf(text, sizeof text, "%5d %-26s %7d %-13s %6s %8s  %s",
-                  static_cast<int>(parameter.key), parameter.name.c_str(),
-                  static_cast<int>(parameter.command), orDash(parameter.handler).c_str(),
-                  number(row.value.inForce(), "-").c_str(), number(parameter.factory, "-").c_str(),
-                  row.value.limits ? row.value.limits->text().c_str() : "-");
+std::string choicesOf(const Json& parameter) {
+    std::string text;
+    for (const Json& choice : parameter["choices"]) {
+        if (choice.value("available", true)) {
+            text += (text.empty() ? "" : ", ") + textOf(choice, "name") + "=" +
+                    numberOf(choice, "value");
+        }
+    }
     return text;
 }
 
-std::string jsonRange(const std::optional<host::Limits>& limits) {
-    if (!limits) {
-        return "null";
-    }
-    return "{\"min\":" + std::to_string(limits->minimum) +
-           ",\"max\":" + std::to_string(limits->maximum) +
-           ",\"items\":" + (limits->items.empty() ? "null" : "[" + limits->text() + "]") + "}";
+std::string allowedOf(const Json& parameter) {
+    const std::string choices = choicesOf(parameter);
+    return choices.empty() ? rangeOf(parameter["range"]) : choices;
 }
 
-std::string jsonObject(const Row& row) {
-    const host::Parameter& parameter = row.parameter;
-    return "{\"key\":" + std::to_string(parameter.key) +
-           ",\"name\":" + host::jsonString(parameter.name) +
-           ",\"command\":" + std::to_string(parameter.command) + ",\"handler\":" +
-           (parameter.handler.empty() ? "null" : host::jsonString(parameter.handler)) +
-           ",\"value\":" + number(row.value.inForce(), "null") +
-           ",\"default\":" + number(parameter.factory, "null") +
-           ",\"range\":" + jsonRange(row.value.limits) + "}";
+std::string tableLine(const Json& parameter) {
+    const std::string flags = listOf(parameter["flags"]);
+    return rightColumn(numberOf(parameter, "key"), 5) + column(textOf(parameter, "name"), 26) +
+           column(textOf(parameter, "control"), 6) + rightColumn(numberOf(parameter, "value"), 6) +
+           rightColumn(numberOf(parameter, "saved"), 6) +
+           rightColumn(numberOf(parameter, "factory"), 7) + allowedOf(parameter) +
+           (flags.empty() ? "" : "  [" + flags + "]") + "\n";
+}
+
+std::string details(const Json& parameter) {
+    const std::string why = textOf(parameter, "why");
+    return "        " + textOf(parameter, "label") + ": " +
+           valueOf(parameter, "value", "value_text") + " " + textOf(parameter, "unit") +
+           (why.empty() ? "" : "; " + why) + "\n        " + textOf(parameter, "help") + "\n";
+}
+
+/// Whether a key has to do with a word: its names, its label, its group, or one of its choices.
+bool concerns(const Json& parameter, const std::string& place, const std::string& word) {
+    std::string all = textOf(parameter, "symbol") + "\n" + textOf(parameter, "name") + "\n" +
+                      textOf(parameter, "style_name") + "\n" + textOf(parameter, "label") + "\n" +
+                      numberOf(parameter, "key") + "\n" + textOf(parameter, "help") + "\n" + place;
+    for (const Json& choice : parameter["choices"]) {
+        all += "\n" + textOf(choice, "name") + "\n" + textOf(choice, "label");
+    }
+    return host::lowered(all).find(host::lowered(word)) != std::string::npos;
 }
 
 Status answerText(const Call& call, const std::string& head, const std::string& text) {
@@ -64,85 +75,83 @@ Status answerText(const Call& call, const std::string& head, const std::string& 
 }
 
 /// A language's text, else that of the first language.
-Status answerUiText(const Call& call, std::string host::Catalogue::Language::*text) {
+Status answerUiText(const Call& call, const char* member) {
     int id = 0;
     if (!host::readInt(call.arguments[0], id)) {
         return call.refuse(Status::usage,
                            "language " + host::quoted(call.arguments[0]) +
                                " is not allowed; allowed: a number, such as 0 (English)");
     }
-    const auto now = call.camera.snapshot();
-    const auto& languages = now->catalogue->languages;
-    const auto found = languages.find(id);
-    const auto entry = found == languages.end() ? languages.begin() : found;
-    return answerText(call, std::to_string(id) + " ",
-                      entry == languages.end() ? std::string() : entry->second.*text);
+    const Answer all = call.ask("GET", "/languages");
+    Status status = Status::done;
+    if (!all.good() && call.told(all, status)) {
+        return status;
+    }
+    const Json& languages = all.document["languages"];
+    const bool known = std::any_of(languages.begin(), languages.end(),
+                                   [id](const Json& one) { return one["id"] == id; });
+    if (languages.empty()) {
+        return answerText(call, std::to_string(id) + " ", "");
+    }
+    const Answer answer = call.ask(
+        "GET", "/languages/" + (known ? std::to_string(id) : numberOf(languages[0], "id")));
+    return call.told(answer, status)
+               ? status
+               : answerText(call, std::to_string(id) + " ", textOf(answer.document, member));
 }
 
 } // namespace
 
 Status runKeys(const Call& call) {
-    const bool json = !call.arguments.empty();
-    if (json && call.arguments[0] != "--json") {
-        return call.refuse(Status::usage, host::quoted(call.arguments[0]) +
-                                              " is not allowed; allowed: --json, or nothing");
+    const Answer answer = call.ask("GET", "/parameters");
+    Status status = Status::done;
+    if ((call.json && call.arguments.empty()) || !answer.good()) {
+        call.told(answer, status);
+        return status;
     }
-    call.perform(host::Refresh{});
-    const auto now = call.camera.snapshot();
-    std::string text;
-    for (std::size_t i = 0; i < now->values.size(); ++i) {
-        const Row row{now->catalogue->parameters[i], now->values[i]};
-        text += json ? (text.empty() ? "[" : ",\n ") + jsonObject(row) : tableLine(row) + "\n";
-    }
-    if (json) {
-        printLine(text + "]");
-        return Status::done;
-    }
-    call.answer(std::to_string(now->values.size()));
-    printLine("  key name                       command handler        value  default  range");
-    printLine(text);
-    return Status::done;
-}
-
-Status runDiff(const Call& call) {
-    call.perform(host::Refresh{});
-    const auto now = call.camera.snapshot();
-    const host::Scheme& scheme = now->schemes[static_cast<std::size_t>(now->scheme)];
-    const bool fileKnown = scheme.timed && !scheme.fileMissing;
+    const std::string word = call.arguments.empty() ? "" : call.arguments[0];
+    Json found = Json::array();
     std::string lines;
-    int fromFactory = 0;
-    const auto& keys = now->catalogue->schemeKeys;
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        const host::Parameter& parameter = *now->parameter(keys[i]);
-        const int value = (*scheme.values)[i];
-        const std::optional<int>& saved = (*scheme.saved)[i];
-        if ((fileKnown && saved != value) || parameter.factory != value) {
-            lines += parameter.name + " memory=" + std::to_string(value) +
-                     " file=" + number(saved, "-") + " factory=" + number(parameter.factory, "-") +
-                     "\n";
+    std::string place;
+    std::vector<std::string> names;
+    for (const Json& parameter : answer.document["parameters"]) {
+        const std::string here = placeOf(answer.document, parameter["key"]);
+        names.push_back(textOf(parameter, "name"));
+        if (!word.empty() && !concerns(parameter, here, word)) {
+            continue;
         }
-        fromFactory += parameter.factory != value ? 1 : 0;
+        found.push_back(parameter);
+        lines += here == place ? "" : here + "\n";
+        lines += tableLine(parameter) + (word.empty() ? "" : details(parameter));
+        place = here;
     }
-    call.answer("scheme=" + std::to_string(now->scheme) +
-                " file=" + (fileKnown ? std::to_string(scheme.unsaved) : "-") +
-                " factory=" + std::to_string(fromFactory));
-    if (!lines.empty()) {
-        printLine(lines);
+    if (call.json) {
+        printLine(host::api::text(found));
+        return status;
     }
-    return Status::done;
+    if (found.empty()) {
+        return call.refuse(Status::rejected, "nothing has to do with " + host::quoted(word) +
+                                                 host::didYouMean(host::lowered(word), names));
+    }
+    call.answer(std::to_string(found.size()));
+    printLine("  Key  " + column("name", 26) + column("kind", 6) + rightColumn("value", 6) +
+              rightColumn("saved", 6) + rightColumn("factory", 7) + "allowed  [flags]");
+    printLine(host::printableLines(lines));
+    return status;
 }
 
 Status runStyle(const Call& call) {
-    call.perform(host::Refresh{});
-    return answerText(call, "", call.camera.snapshot()->catalogue->style);
+    const Answer answer = call.ask("GET", "/style");
+    Status status = Status::done;
+    return answer.good() ? answerText(call, "", answer.body) : (call.told(answer, status), status);
 }
 
 Status runLanguage(const Call& call) {
-    return answerUiText(call, &host::Catalogue::Language::texts);
+    return answerUiText(call, "texts");
 }
 
 Status runCommon(const Call& call) {
-    return answerUiText(call, &host::Catalogue::Language::common);
+    return answerUiText(call, "common");
 }
 
 } // namespace imgctl

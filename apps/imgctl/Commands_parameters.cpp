@@ -1,171 +1,307 @@
+#include <algorithm>
+#include <chrono>
+
 #include "CommandFunctions.h"
+#include "Output.h"
 #include "SensorKeys.h"
+#include "Shown.h"
 #include "Words.h"
-#include "host/Sentences.h"
 #include "host/Text.h"
 
 namespace imgctl {
 namespace {
 
-using host::KeyOutcome;
-using host::KeyResult;
-using host::Outcome;
-using host::Result;
+using Options = std::vector<std::pair<std::string, std::string>>;
 
 /// Minus the key that was refused, as the library answers; 0 for none.
-long long code(const Outcome& outcome) {
-    for (const KeyOutcome& key : outcome.keys) {
-        if (key.result == KeyResult::Refused) {
-            return -static_cast<long long>(static_cast<int>(key.key));
+std::string codeOf(const Json& document) {
+    for (const Json& result : document.value("results", Json::array())) {
+        if (textOf(result, "outcome") == "refused") {
+            return "-" + numberOf(result, "key");
         }
     }
-    return 0;
+    return "0";
 }
 
-/// Why a key was refused, with what it takes.
-std::string refusalText(const host::Snapshot& now, const KeyOutcome& key) {
-    const host::Refusal& refusal = key.refusal;
-    const bool range = refusal.reason == host::Reason::Range && refusal.allowed;
-    return keyName(now, key.key) + " = " + std::to_string(key.wanted) + " was refused" +
-           (range ? "; it takes " + refusal.allowed->text() : ": " + host::reasonText(refusal));
+bool isWrong(const Json& result) {
+    const std::string outcome = textOf(result, "outcome");
+    return outcome == "refused" || outcome == "taken_differently" || outcome == "not_tried";
 }
 
-Status applyPairs(const Call& call, bool record) {
-    const auto now = call.camera.snapshot();
-    std::vector<host::Pair> pairs;
-    std::string problem;
-    switch (readPairs(*now, call.arguments[0], pairs, problem)) {
-        case PairResult::malformed:
-            return call.refuse(Status::usage, problem);
-        case PairResult::unknownKey:
-            return call.refuse(Status::rejected, problem);
-        case PairResult::good:
-            break;
-    }
-    const std::size_t most = now->catalogue->schemeKeys.size();
-    if (pairs.size() > most) {
-        return call.refuse(Status::usage, std::to_string(pairs.size()) + " parameters; at most " +
-                                              std::to_string(most) + " are taken at once");
-    }
-    host::SetValues set;
-    set.values = pairs;
-    const Outcome outcome =
-        record ? call.perform(set) : call.perform(host::ApplyValues{std::move(pairs)});
-    if (outcome.keys.empty() && !outcome.done()) {
-        return call.refuse(outcome);
-    }
-    call.answer(std::to_string(code(outcome)));
-    bool notRecorded = false;
-    for (const KeyOutcome& key : outcome.keys) {
-        if (key.result == KeyResult::Refused) {
-            call.note(refusalText(*now, key));
-        } else if (key.result == KeyResult::TakenDifferently) {
-            call.note(host::sentence(*now, key));
+/// Says what became of each key: what went well as an answer, what did not as an error.
+void tellResults(const Call& call, const Json& document) {
+    std::string lines;
+    for (const Json& result : document.value("results", Json::array())) {
+        if (!isWrong(result)) {
+            lines += "  " + host::printable(textOf(result, "text")) + "\n";
         }
-        notRecorded = notRecorded || key.result == KeyResult::NotRecorded;
     }
-    if (!outcome.done()) {
-        return Status::rejected;
+    if (!lines.empty()) {
+        printLine(lines);
     }
-    if (record && notRecorded) {
-        call.note("applied, but not recorded: the default scheme is in force");
+    for (const Json& result : document.value("results", Json::array())) {
+        if (isWrong(result)) {
+            call.note(textOf(result, "text"));
+        }
     }
-    return Status::done;
 }
 
-std::string pairText(u32 key, int value) {
-    return "(" + std::to_string(static_cast<int>(key)) + "," + std::to_string(value) + ")";
+void tellCommands(const Json& document) {
+    std::string lines = "  It would send:\n";
+    const Json commands = document.value("commands", Json::array());
+    for (const Json& command : commands) {
+        const std::string name = textOf(command, "name");
+        lines += "    command " + numberOf(command, "command") +
+                 (name.empty() ? "" : " (" + name + ")") + " = " +
+                 listOf(command.value("words", Json::array())) + "\n";
+    }
+    printLine(commands.empty() ? "  It would send nothing.\n" : lines);
+}
+
+/// Tells what a request that sets values came to. @return its status
+Status tell(const Call& call, const Answer& answer) {
+    const bool hasResults = answer.document.is_object() && answer.document.contains("results");
+    Status status = Status::done;
+    if ((call.json || !hasResults) && call.told(answer, status)) {
+        return status;
+    }
+    call.answer(codeOf(answer.document));
+    tellResults(call, answer.document);
+    return statusOf(answer);
+}
+
+/// The changes that people asked for and that nobody has taken back, newest first.
+Json undoable(const Json& history, std::size_t most) {
+    Json wanted = Json::array();
+    Json undone = Json::array();
+    for (const Json& entry : history.value("entries", Json::array())) {
+        if (!textOf(entry, "undoes").empty()) {
+            undone.push_back(entry["undoes"]);
+        } else if (entry.value("undoable", false) && wanted.size() < most &&
+                   std::find(undone.begin(), undone.end(), entry["id"]) == undone.end()) {
+            wanted.push_back(entry["id"]);
+        }
+    }
+    return wanted;
+}
+
+/// A number that no command before has, of this run or another.
+int nextGesture() {
+    static int number = static_cast<int>(std::chrono::steady_clock::now().time_since_epoch() /
+                                         std::chrono::milliseconds(1) % 1000000000) +
+                        1;
+    return number++;
+}
+
+Status readFailed(const Call& call, const std::string& problem) {
+    return call.refuse(Status::usage, problem);
 }
 
 } // namespace
 
 Status runSet(const Call& call) {
-    return applyPairs(call, true);
+    std::string text = call.arguments[0];
+    std::string problem;
+    Options options;
+    Json body = Json::object();
+    if (!takeOptions(text, {"--save", "--dry-run", "--scheme="}, options, problem) ||
+        !readPairs(text, body["values"], problem)) {
+        return readFailed(call, problem);
+    }
+    bool save = false;
+    bool dryRun = false;
+    for (const auto& [name, value] : options) {
+        int scheme = 0;
+        save = save || name == "--save";
+        dryRun = dryRun || name == "--dry-run";
+        if (name == "--scheme") {
+            if (!host::readInt(value, scheme)) {
+                return readFailed(call, "--scheme needs a number, not " + host::quoted(value));
+            }
+            body["scheme"] = scheme;
+            body["record"] = true;
+        }
+    }
+    body["gesture"] = nextGesture(); // or history would take two commands for one movement
+    if (save && dryRun) {
+        return readFailed(call, "--dry-run changes nothing that --save could save");
+    }
+    const Answer answer = call.target.client.ask(
+        "PATCH", "/parameters", dryRun ? Query{{"dry-run", "1"}} : Query(), host::api::text(body));
+    if (dryRun && !call.json) {
+        printLine("  What would come of it, with nothing sent and nothing kept:\n");
+    }
+    const Status status = tell(call, answer);
+    if (dryRun && !call.json && answer.document.contains("results")) {
+        tellCommands(answer.document);
+    }
+    if (!save || status != Status::done) {
+        return status;
+    }
+    const Answer saved =
+        call.ask("POST", "/save", Json{{"scheme", answer.document.value("scheme", 0)}});
+    Status after = Status::done;
+    if (!call.told(saved, after)) {
+        printLine("  Scheme " + numberOf(answer.document, "scheme") + " is saved.");
+    }
+    return after;
 }
 
 Status runApply(const Call& call) {
-    return applyPairs(call, false);
+    std::string problem;
+    Json body = Json::object();
+    if (!readPairs(call.arguments[0], body["values"], problem)) {
+        return readFailed(call, problem);
+    }
+    return tell(call, call.ask("POST", "/apply", body));
 }
 
 Status runGet(const Call& call) {
-    const auto now = call.camera.snapshot();
-    std::vector<u32> keys;
+    std::vector<std::string> keys;
     std::string problem;
-    const std::string& argument = call.arguments[0];
-    if (!readQuery(*now, argument, keys, problem)) {
+    if (!readQuery(call.arguments[0], keys, problem)) {
         return call.refuse(Status::usage, problem);
     }
-    const Outcome outcome = call.perform(host::ReadKeys{keys});
-    std::string answer;
-    std::size_t missing = 0;
-    for (const u32 key : keys) {
-        const auto value = outcome.values.find(key);
-        if (value == outcome.values.end()) {
-            ++missing;
-        } else {
-            answer += pairText(key, value->second);
+    Json documents = Json::array();
+    std::string values;
+    std::string missing;
+    for (const std::string& key : keys) {
+        const Answer answer = call.ask("GET", "/parameters/" + key);
+        Status status = Status::done;
+        if (!answer.good() && call.told(answer, status)) {
+            return status;
         }
+        const Json& document = answer.document;
+        const std::string value = numberOf(document, "value", "");
+        if (value.empty()) {
+            missing += (missing.empty() ? "" : ", ") + textOf(document, "symbol");
+        } else {
+            values += "(" + numberOf(document, "key") + "," + value + ")";
+        }
+        documents.push_back(document);
     }
-    if (keys.size() == 1 && missing == 1) {
-        return call.refuse(Status::failed, "the layer does not tell " + keyName(*now, keys[0]));
+    if (call.json) {
+        printLine(host::api::text(documents.size() == 1 ? documents[0] : documents));
+    } else if (!values.empty()) {
+        call.answer(values);
     }
-    call.answer(answer);
-    return missing == 0 ? Status::done
-                        : call.refuse(Status::failed,
-                                      std::to_string(missing) + " of the keys cannot be read");
+    return missing.empty() ? Status::done
+                           : call.refuse(Status::failed, "the camera does not tell " + missing);
 }
 
 Status runAll(const Call& call) {
-    const Outcome outcome = call.perform(host::CorrectScheme{});
+    const host::Outcome outcome = call.perform(host::CorrectScheme{});
     call.answer(outcome.text);
     return outcome.done() ? Status::done : call.refuse(outcome);
 }
 
 Status runRestore(const Call& call) {
-    const auto now = call.camera.snapshot();
-    u32 key = 0;
-    std::string problem;
-    if (!readKey(*now, call.arguments[0], key, problem)) {
-        return call.refuse(Status::rejected, problem);
-    }
-    const Outcome outcome = call.perform(host::Restore{{key}});
-    const bool missing = outcome.refusal.reason == host::Reason::NotInScheme ||
-                         outcome.refusal.reason == host::Reason::UnknownKey;
-    call.answer(std::to_string(missing ? -1 : code(outcome)));
-    if (missing) {
-        return call.refuse(Status::rejected, keyName(*now, key) + " is not in the current scheme");
-    }
-    return outcome.result == Result::Refused
-               ? call.refuse(Status::rejected, refusalText(*now, outcome.keys.front()))
-               : Status::done;
+    Json key = typedValue(call.arguments[0]);
+    return tell(call, call.ask("POST", "/restore", Json{{"keys", Json::array({key})}}));
 }
 
 Status runRestoreAe(const Call& call) {
-    const Outcome outcome = call.perform(host::Restore{{KEY_EXPOSE_MODE, KEY_AUTO_FOCUS_MODE}});
-    const bool done = code(outcome) == 0;
-    call.answer(done ? "1" : "0");
-    return done ? Status::done
-                : call.refuse(Status::rejected,
-                              "exposure mode or focus mode was refused, or is not in the current "
-                              "scheme: " +
-                                  host::reasonText(outcome.refusal));
+    const Answer answer = call.ask(
+        "POST", "/restore", Json{{"keys", Json::array({KEY_EXPOSE_MODE, KEY_AUTO_FOCUS_MODE})}});
+    if (!call.json) {
+        call.answer(answer.good() ? "1" : "0");
+    }
+    Status status = Status::done;
+    call.told(answer, status);
+    return status;
 }
 
 Status runReload(const Call& call) {
-    const Outcome outcome = call.perform(host::Reload{});
-    call.answer(outcome.done() ? "1" : "0");
-    return outcome.done() ? Status::done
-                          : call.refuse(Status::failed,
-                                        "a saved value was refused; those behind it are not "
-                                        "applied: " +
-                                            host::reasonText(outcome.refusal));
+    const Answer answer = call.ask("POST", "/reload");
+    if (!call.json) {
+        call.answer(answer.good() ? "1" : "0");
+    }
+    Status status = Status::done;
+    call.told(answer, status);
+    return status;
 }
 
 Status runReset(const Call& call) {
-    const Outcome outcome = call.perform(host::Reset{});
-    call.answer(outcome.done() ? "1" : "0");
-    return outcome.done() ? Status::done
-                          : call.refuse(Status::failed, host::reasonText(outcome.refusal));
+    const Answer answer = call.ask("POST", "/reset");
+    if (!call.json) {
+        call.answer(answer.good() ? "1" : "0");
+    }
+    Status status = Status::done;
+    call.told(answer, status);
+    return status;
+}
+
+Status runTry(const Call& call) {
+    int seconds = 0;
+    if (!host::readIntWithin(call.arguments[0], 1, 3600, seconds)) {
+        return readFailed(
+            call, host::quoted(call.arguments[0]) + " is no number of seconds; allowed: 1 .. 3600");
+    }
+    std::string problem;
+    Json body = {{"seconds", seconds}};
+    if (!readPairs(call.arguments[1], body["values"], problem)) {
+        return readFailed(call, problem);
+    }
+    const Status status = tell(call, call.ask("POST", "/trial", body));
+    if (status == Status::done && !call.json) {
+        printLine("  On trial for " + std::to_string(seconds) +
+                  " seconds; 'keep' records it, 'drop' ends it at once.");
+    }
+    return status;
+}
+
+Status runKeep(const Call& call) {
+    return tell(call, call.ask("POST", "/trial/keep"));
+}
+
+Status runDrop(const Call& call) {
+    const Answer answer = call.ask("DELETE", "/trial");
+    Status status = Status::done;
+    if (!call.told(answer, status)) {
+        call.answer("done");
+    }
+    return status;
+}
+
+Status runUndo(const Call& call) {
+    std::string text = call.arguments.empty() ? "" : call.arguments[0];
+    std::string problem;
+    Options options;
+    int count = 1;
+    if (!takeOptions(text, {"--force", "--entry="}, options, problem)) {
+        return readFailed(call, problem);
+    }
+    if (!text.empty() && !host::readIntWithin(text, 1, 1000, count)) {
+        return readFailed(call,
+                          host::quoted(text) + " is no number of changes; allowed: 1 .. 1000");
+    }
+    Json entries = Json::array();
+    bool force = false;
+    for (const auto& [name, value] : options) {
+        force = force || name == "--force";
+        if (name == "--entry") {
+            entries.push_back(typedValue(value));
+        }
+    }
+    if (entries.empty()) {
+        const Answer history = call.ask("GET", "/history", Query{{"count", "1000"}});
+        Status status = Status::done;
+        if (!history.good() && call.told(history, status)) {
+            return status;
+        }
+        entries = undoable(history.document, static_cast<std::size_t>(count));
+    }
+    if (entries.empty()) {
+        return call.refuse(Status::rejected, "nothing that was asked for is left to take back");
+    }
+    for (const Json& entry : entries) {
+        const Status status =
+            tell(call, call.ask("POST", "/undo", Json{{"entry", entry}, {"force", force}}));
+        if (status != Status::done) {
+            return status;
+        }
+    }
+    return Status::done;
 }
 
 } // namespace imgctl

@@ -1,10 +1,10 @@
 #include <cstdlib>
 
 #include "CommandFunctions.h"
-#include "ImageAdjust.h"
 #include "Interrupt.h"
-#include "host/SchemeFiles.h"
-#include "host/Sentences.h"
+#include "Output.h"
+#include "Shown.h"
+#include "Words.h"
 #include "host/Text.h"
 
 namespace imgctl {
@@ -12,68 +12,368 @@ namespace {
 
 constexpr double kLongestWait = 1e7;
 
-std::string field(const char* name, long long value) {
-    return std::string(" ") + name + "=" + std::to_string(value);
+/// The fitting member of a list of schemes; null when there is none of that number.
+Json schemeIn(const Json& schemes, const std::string& number) {
+    for (const Json& scheme : schemes.value("schemes", Json::array())) {
+        if (numberOf(scheme, "number") == number) {
+            return scheme;
+        }
+    }
+    return nullptr;
 }
 
-int timedSchemes(const Call& call) {
-    return static_cast<int>(call.camera.snapshot()->schemes.size()) - 1;
+std::string windowText(const Json& scheme) {
+    return scheme.value("default", false) ? "-"
+                                          : textOf(scheme, "start") + "-" + textOf(scheme, "end");
+}
+
+std::string schemeLine(const Json& scheme) {
+    const bool isDefault = scheme.value("default", false);
+    const std::string unsaved = numberOf(scheme, "unsaved", "0");
+    const std::string fault = textOf(scheme, "window_fault");
+    return std::string(scheme.value("in_force", false) ? "* " : "  ") +
+           rightColumn(numberOf(scheme, "number"), 2) +
+           column(isDefault                        ? "-"
+                  : scheme.value("enabled", false) ? "enabled"
+                                                   : "off",
+                  7) +
+           column(windowText(scheme), 11) +
+           column(unsaved == "0" ? "-" : unsaved + " unsaved", 11) +
+           host::printable(isDefault ? "factory values" : textOf(scheme, "name")) +
+           (fault.empty() ? "" : "  (its window is out of order: it cannot be saved)") + "\n";
+}
+
+std::string changeLine(const Json& row, const char* before, const char* beforeText,
+                       const char* after, const char* afterText) {
+    return "  " + column(textOf(row, "name"), 24) +
+           host::printable(valueOf(row, before, beforeText) + " -> " +
+                           valueOf(row, after, afterText)) +
+           "\n";
+}
+
+bool isMinuteOfDay(const std::string& text, int& minute) {
+    const std::size_t colon = text.find(':');
+    int hour = 0;
+    if (colon == std::string::npos || !host::readIntWithin(text.substr(0, colon), 0, 24, hour) ||
+        !host::readIntWithin(text.substr(colon + 1), 0, hour == 24 ? 0 : 59, minute) ||
+        text.size() != colon + 3) {
+        return false;
+    }
+    minute += hour * 60;
+    return true;
+}
+
+Status answerWindow(const Call& call, const std::string& number) {
+    const Answer answer = call.ask("GET", "/schemes/" + number);
+    Status status = Status::done;
+    if (!call.told(answer, status)) {
+        call.answer(number + " " + windowText(answer.document) +
+                    (answer.document.value("enabled", false) ? "" : " off"));
+    }
+    return status;
+}
+
+/// A window across midnight: the evening in one scheme, the morning in another with the same values.
+Status splitWindow(const Call& call, const std::string& number, const std::string& other,
+                   const std::string& start, const std::string& end) {
+    int to = 0;
+    if (!host::readInt(other, to)) {
+        return call.refuse(Status::usage, "--with needs a scheme, not " + host::quoted(other));
+    }
+    if (number == other) {
+        return call.refuse(Status::usage, "--with needs another scheme than " + number);
+    }
+    const Answer schemes = call.ask("GET", "/schemes");
+    for (const std::string& one : {number, other}) {
+        const Json scheme = schemes.good() ? schemeIn(schemes.document, one) : Json();
+        if (schemes.good() && (scheme.is_null() || scheme.value("default", false))) {
+            return call.refuse(Status::rejected, "scheme " + one + " has no window");
+        }
+    }
+    Status status = Status::done;
+    // One after the other, and no further than the first that is refused.
+    struct Step {
+        const char* method;
+        std::string path;
+        Json body;
+    };
+    const Step steps[] = {
+        {"POST", "/schemes/" + number + "/copy", {{"to", to}}},
+        {"PUT", "/schemes/" + other, {{"enabled", true}, {"start", "00:00"}, {"end", end}}},
+        {"PUT", "/schemes/" + number, {{"enabled", true}, {"start", start}, {"end", "24:00"}}}};
+    for (const Step& step : steps) {
+        const Answer answer = call.ask(step.method, step.path, step.body);
+        if (!answer.good() && call.told(answer, status)) {
+            return status;
+        }
+    }
+    call.answer(number + " " + start + "-24:00");
+    printLine("  Scheme " + other + " has the same values now, from 00:00 to " + end +
+              ". 'save' saves both.");
+    return status;
 }
 
 } // namespace
 
 Status runScheme(const Call& call) {
+    Status status = Status::done;
     if (call.arguments.empty()) {
-        // Asked of the controller thread: the clock may have switched since the last snapshot.
-        call.answer(std::to_string(call.perform(host::Refresh{}).scheme));
-        return Status::done;
+        const Answer answer = call.ask("GET", "/camera");
+        if (!call.told(answer, status)) {
+            call.answer(numberOf(answer.document["scheme"], "number"));
+        }
+        return status;
     }
-    const int last = timedSchemes(call);
-    int number = 0;
-    if (!host::readIntWithin(call.arguments[0], 0, last, number)) {
-        return call.refuse(Status::usage, "no scheme " + host::quoted(call.arguments[0]) +
-                                              "; allowed: 0 .. " + std::to_string(last) + " (" +
-                                              std::to_string(last) + " is the default scheme)");
+    const Answer answer = call.ask("POST", "/schemes/" + call.arguments[0] + "/activate");
+    if (!call.told(answer, status)) {
+        call.answer(numberOf(answer.document, "scheme"));
     }
-    const host::Outcome outcome = call.perform(host::SwitchScheme{number});
-    if (!outcome.done()) {
-        return call.refuse(outcome);
+    return status;
+}
+
+Status runSchemes(const Call& call) {
+    const Answer answer = call.ask("GET", "/schemes");
+    Status status = Status::done;
+    if (call.told(answer, status)) {
+        return status;
     }
-    call.answer(std::to_string(outcome.scheme));
-    return Status::done;
+    std::string lines;
+    for (const Json& scheme : answer.document["schemes"]) {
+        lines += schemeLine(scheme);
+    }
+    call.answer(std::to_string(answer.document["schemes"].size()) +
+                " mode=" + (textOf(answer.document, "mode") == "schedule" ? "1" : "0"));
+    printLine(lines);
+    return status;
 }
 
 Status runMode(const Call& call) {
-    int mode = 0;
+    Status status = Status::done;
     if (!call.arguments.empty()) {
-        if (!host::readIntWithin(call.arguments[0], 0, 1, mode)) {
-            return call.refuse(Status::usage,
-                               "no mode " + host::quoted(call.arguments[0]) + "; allowed: 0 or 1");
+        const std::string& wanted = call.arguments[0];
+        const bool schedule = wanted == "1" || wanted == "schedule";
+        if (!schedule && wanted != "0" && wanted != "manual") {
+            return call.refuse(Status::usage, "no mode " + host::quoted(wanted) +
+                                                  "; allowed: 0 or manual, 1 or schedule");
         }
-        call.perform(host::SetMode{mode == 1});
+        const Answer answer =
+            call.ask("PUT", "/mode", Json{{"mode", schedule ? "schedule" : "manual"}});
+        if (!answer.good() && call.told(answer, status)) {
+            return status;
+        }
     }
-    call.answer(call.camera.snapshot()->bySchedule ? "1" : "0");
-    return Status::done;
+    const Answer answer = call.ask("GET", "/camera");
+    if (!call.told(answer, status)) {
+        call.answer(textOf(answer.document, "mode") == "schedule" ? "1" : "0");
+    }
+    return status;
+}
+
+Status runWindow(const Call& call) {
+    std::string text = call.arguments.size() > 1 ? call.arguments[1] : "";
+    std::vector<std::pair<std::string, std::string>> options;
+    std::string problem;
+    if (!takeOptions(text, {"--with="}, options, problem)) {
+        return call.refuse(Status::usage, problem);
+    }
+    const std::string& number = call.arguments[0];
+    if (text.empty()) {
+        return answerWindow(call, number);
+    }
+    Json body = Json::object();
+    if (text == "on" || text == "off") {
+        body["enabled"] = text == "on";
+    } else {
+        const std::size_t dash = text.find('-');
+        const std::string start = text.substr(0, dash);
+        const std::string end = dash == std::string::npos ? "" : text.substr(dash + 1);
+        int from = 0;
+        int to = 0;
+        if (!isMinuteOfDay(start, from) || !isMinuteOfDay(end, to)) {
+            return call.refuse(Status::usage, host::quoted(text) +
+                                                  " is no window; allowed: HH:MM-HH:MM, on or off");
+        }
+        if (from > to && to > 0 && options.empty()) {
+            return call.refuse(Status::rejected,
+                               "a window across midnight needs two schemes: 'window " + number +
+                                   " " + text +
+                                   " --with M' gives scheme M the same values and the "
+                                   "time after midnight; nothing is changed");
+        }
+        if (from > to && to > 0) {
+            return splitWindow(call, number, options.front().second, start, end);
+        }
+        body = {{"enabled", true}, {"start", start}, {"end", to == 0 ? "24:00" : end}};
+    }
+    if (!options.empty()) {
+        return call.refuse(Status::usage, "--with is for a window across midnight");
+    }
+    const Answer answer = call.ask("PUT", "/schemes/" + number, body);
+    Status status = Status::done;
+    return call.told(answer, status) ? status : answerWindow(call, number);
+}
+
+Status runName(const Call& call) {
+    const std::string name = call.arguments.size() > 1 ? call.arguments[1] : "";
+    const Answer answer = call.ask("PUT", "/schemes/" + call.arguments[0], Json{{"name", name}});
+    Status status = Status::done;
+    if (!call.told(answer, status)) {
+        call.answer(call.arguments[0] + " " + name);
+    }
+    return status;
+}
+
+Status runCopy(const Call& call) {
+    int to = 0;
+    if (!host::readInt(call.arguments[1], to)) {
+        return call.refuse(Status::usage, host::quoted(call.arguments[1]) + " is no scheme");
+    }
+    const Answer answer =
+        call.ask("POST", "/schemes/" + call.arguments[0] + "/copy", Json{{"to", to}});
+    Status status = Status::done;
+    if (!call.told(answer, status)) {
+        std::size_t changed = 0;
+        for (const Json& result : answer.document.value("results", Json::array())) {
+            changed += textOf(result, "outcome") == "in_force" ? 0 : 1;
+        }
+        call.answer(call.arguments[0] + " " + call.arguments[1] +
+                    " changed=" + std::to_string(changed));
+    }
+    return status;
+}
+
+Status runCompare(const Call& call) {
+    const Answer answer =
+        call.ask("GET", "/compare", Query{{"a", call.arguments[0]}, {"b", call.arguments[1]}});
+    Status status = Status::done;
+    if (call.told(answer, status)) {
+        return status;
+    }
+    const Json& differences = answer.document["differences"];
+    std::string lines;
+    for (const Json& row : differences) {
+        lines += changeLine(row, "a", "a_text", "b", "b_text");
+    }
+    call.answer(call.arguments[0] + " " + call.arguments[1] + " " +
+                std::to_string(differences.size()));
+    if (!lines.empty() && call.name == std::string("compare")) {
+        lines += "  A switch from " + call.arguments[0] + " to " + call.arguments[1] + " sends:\n";
+        for (const Json& command : answer.document["commands"]) {
+            lines += "    command " + numberOf(command, "command") + " (" +
+                     textOf(command, "name") + ") = " + numberOf(command, "value") + "\n";
+        }
+    }
+    if (!lines.empty()) {
+        printLine(lines);
+    }
+    return status;
+}
+
+Status runDiff(const Call& call) {
+    if (call.arguments.size() == 2) {
+        return runCompare(call);
+    }
+    Status status = Status::done;
+    const std::string against = call.arguments.empty() ? "" : call.arguments[0];
+    if (call.json || !against.empty()) {
+        const Answer answer =
+            call.ask("GET", "/diff", Query{{"against", against.empty() ? "saved" : against}});
+        if (call.told(answer, status)) {
+            return status;
+        }
+        std::string lines;
+        for (const Json& row : answer.document["differences"]) {
+            lines += changeLine(row, "before", "before_text", "now", "now_text");
+        }
+        call.answer("scheme=" + numberOf(answer.document, "scheme") + " " + against + "=" +
+                    std::to_string(answer.document["differences"].size()));
+        if (!lines.empty()) {
+            printLine(lines);
+        }
+        return status;
+    }
+    const Answer camera = call.ask("GET", "/camera");
+    if (!camera.good() && call.told(camera, status)) {
+        return status;
+    }
+    const Answer answer =
+        call.ask("GET", "/schemes/" + numberOf(camera.document["scheme"], "number"));
+    if (call.told(answer, status)) {
+        return status;
+    }
+    const bool timed = !answer.document.value("default", false);
+    int fromFile = 0;
+    int fromFactory = 0;
+    bool fileKnown = false;
+    std::string lines;
+    for (const Json& row : answer.document["values"]) {
+        const bool file = timed && row["saved"] != row["value"];
+        const bool factory = row["factory"] != row["value"];
+        fileKnown = fileKnown || (timed && !row["saved"].is_null());
+        fromFile += file ? 1 : 0;
+        fromFactory += factory ? 1 : 0;
+        if (file || factory) {
+            lines += "  " + column(textOf(row, "name"), 24) + "now=" + numberOf(row, "value") +
+                     " saved=" + numberOf(row, "saved") + " factory=" + numberOf(row, "factory") +
+                     "\n";
+        }
+    }
+    call.answer("scheme=" + numberOf(answer.document, "number") +
+                " file=" + (fileKnown ? std::to_string(fromFile) : "-") +
+                " factory=" + std::to_string(fromFactory));
+    if (!lines.empty()) {
+        printLine(lines);
+    }
+    return status;
 }
 
 Status runFlush(const Call& call) {
-    const int scheme = call.perform(host::Refresh{}).scheme;
-    if (scheme >= timedSchemes(call)) {
-        call.answer("0");
-        call.note("the default scheme is never saved");
-        return Status::done;
+    Status status = Status::done;
+    const bool all = call.name == std::string("save") && call.arguments.empty();
+    Json body = Json::object();
+    if (!all) {
+        const Answer schemes = call.ask("GET", "/schemes");
+        if (!schemes.good() && call.told(schemes, status)) {
+            return status;
+        }
+        for (const Json& scheme : schemes.document["schemes"]) {
+            if (call.arguments.empty() && scheme.value("in_force", false)) {
+                if (scheme.value("default", false)) {
+                    call.answer("0");
+                    call.note("the default scheme is never saved");
+                    return Status::done;
+                }
+                body["scheme"] = scheme["number"];
+            }
+        }
+        if (!call.arguments.empty()) {
+            body["scheme"] = typedValue(call.arguments[0]);
+        }
     }
-    host::Save save;
-    save.scheme = scheme;
-    const host::Outcome outcome = call.perform(save);
-    const bool window = outcome.refusal.reason == host::Reason::Window;
-    call.answer(std::to_string(window ? outcome.refusal.code : 0));
-    if (outcome.done()) {
-        return Status::done;
+    const Answer answer = call.ask("POST", "/save", body);
+    if (call.json) {
+        call.told(answer, status);
+        return status;
     }
-    return outcome.schemes.empty()
-               ? call.refuse(outcome)
-               : call.refuse(Status::failed, host::sentence(outcome.schemes.front()));
+    std::string code = "0";
+    for (const Json& failed : answer.document.value("failed", Json::array())) {
+        call.note(textOf(failed, "text"));
+        if (numberOf(failed, "layer_code", "0") != "0") {
+            code = numberOf(failed, "layer_code");
+        }
+    }
+    const bool tells = answer.document.is_object() && answer.document.contains("failed");
+    if (!answer.good() && !tells) {
+        call.told(answer, status);
+        return status;
+    }
+    if (all) {
+        const std::string saved = listOf(answer.document.value("saved", Json::array()));
+        call.answer(saved.empty() ? "nothing" : saved);
+    } else {
+        call.answer(code);
+    }
+    return statusOf(answer);
 }
 
 Status runWait(const Call& call) {
@@ -85,7 +385,7 @@ Status runWait(const Call& call) {
                                               " is no number of seconds; allowed: 0 .. " +
                                               std::to_string(static_cast<long>(kLongestWait)));
     }
-    if (!call.camera.wait(seconds, takeInterrupt)) {
+    if (!call.camera().wait(seconds, takeInterrupt)) {
         return call.refuse(Status::failed, "interrupted");
     }
     call.answer(text);
@@ -93,24 +393,61 @@ Status runWait(const Call& call) {
 }
 
 Status runStatus(const Call& call) {
-    const host::Outcome night = call.perform(host::ReadKeys{{IA_CMD_DN_STATE}, true});
-    const auto now = call.camera.snapshot();
-    const int timed = static_cast<int>(now->schemes.size()) - 1;
-    const int due = host::schemeAt(now->schemes, now->time.minuteOfDay());
-    const auto state = night.values.find(IA_CMD_DN_STATE);
-    const host::Scheme& inForce = now->schemes[static_cast<std::size_t>(now->scheme)];
-    call.answer("scheme=" + std::to_string(now->scheme) + field("mode", now->bySchedule ? 1 : 0) +
-                field("schemes", timed) +
-                field("parameters", static_cast<long long>(now->catalogue->schemeKeys.size())) +
-                " time=" + host::clockText(host::cameraTime()) + field("due", due) +
-                field("in-window", due < timed ? 1 : 0) + " day-night=" +
-                (state == night.values.end() ? "-" : std::to_string(state->second)) +
-                field("device-type", now->deviceType) + field("module", now->moduleId) +
-                field("started", 1) +
-                " window-check=" + (inForce.timed ? std::to_string(inForce.windowFault) : "-") +
-                field("fps", now->framesPerSecond) + " detail=" + host::jsonString(now->detail) +
-                " version=" + host::jsonString(now->layer.version));
-    return Status::done;
+    const Answer camera = call.ask("GET", "/camera");
+    Status status = Status::done;
+    if (call.told(camera, status)) {
+        return status;
+    }
+    const Answer schemes = call.ask("GET", "/schemes");
+    if (!schemes.good() && call.told(schemes, status)) {
+        return status;
+    }
+    const Json& now = camera.document;
+    const Json& scheme = now["scheme"];
+    const std::size_t timed = schemes.document["schemes"].size() - 1;
+    const Json inForce = schemeIn(schemes.document, numberOf(scheme, "number"));
+    const std::string due = numberOf(now, "due");
+    const std::string night = textOf(now, "day_night");
+    call.answer("scheme=" + numberOf(scheme, "number") +
+                " mode=" + (textOf(now, "mode") == "schedule" ? "1" : "0") +
+                " schemes=" + std::to_string(timed) + " parameters=" + numberOf(now, "parameters") +
+                " time=" + textOf(now, "time_of_day") + " due=" + due +
+                " in-window=" + (due == std::to_string(timed) ? "0" : "1") + " day-night=" +
+                (night.empty()      ? "-"
+                 : night == "night" ? "1"
+                                    : "0") +
+                " device-type=" + numberOf(now, "device_type") +
+                " module=" + numberOf(now, "module") + " started=1 window-check=" +
+                (inForce.value("default", false) ? "-" : numberOf(inForce, "window_fault", "0")) +
+                " fps=" + numberOf(now, "fps") +
+                " detail=" + host::jsonString(textOf(now, "detail")) +
+                " version=" + host::jsonString(textOf(now["layer"], "version")));
+    std::string lines = "  In force: " + host::printable(textOf(scheme, "title")) + ", " +
+                        textOf(scheme, "reason_text") + "\n";
+    if (now["next"].is_object()) {
+        lines += "  Next: " + host::printable(textOf(now["next"], "title")) + " at " +
+                 textOf(now["next"], "time") + "\n";
+    }
+    for (const Json& unsaved : now["unsaved"]["schemes"]) {
+        lines += "  Not saved: " + numberOf(unsaved, "count") + " values of " +
+                 host::printable(textOf(unsaved, "title")) + "\n";
+    }
+    for (const Json& difference : now["differences"]) {
+        lines += "  Differs: " + textOf(difference, "name") + " should be " +
+                 numberOf(difference, "wanted") + ", the camera has " +
+                 numberOf(difference, "hardware") + " (" +
+                 host::printable(textOf(difference, "reason")) + ")\n";
+    }
+    if (now["trial"].is_object()) {
+        lines += "  On trial: " + std::to_string(now["trial"]["values"].size()) + " values, for " +
+                 numberOf(now["trial"], "seconds_left") + " seconds more\n";
+    }
+    if (textOf(now["layer"], "state") == "gone") {
+        lines +=
+            "  The camera is gone for " + numberOf(now["layer"], "gone_seconds") + " seconds\n";
+    }
+    printLine(lines);
+    return status;
 }
 
 } // namespace imgctl

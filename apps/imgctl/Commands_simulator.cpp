@@ -22,7 +22,7 @@ Status runFail(const Call& call) {
     int code = 0;
     int count = 0;
     std::string problem;
-    if (!readLayerCommand(*call.camera.snapshot(), call.arguments[0], command, problem)) {
+    if (!readLayerCommand(*call.camera().snapshot(), call.arguments[0], command, problem)) {
         return call.refuse(Status::usage, problem);
     }
     if (!host::readInt(call.arguments[1], code)) {
@@ -51,7 +51,7 @@ Status runLimit(const Call& call) {
     u32 command = 0;
     int defaultValue = 0;
     std::string problem;
-    if (!readLayerCommand(*call.camera.snapshot(), call.arguments[0], command, problem)) {
+    if (!readLayerCommand(*call.camera().snapshot(), call.arguments[0], command, problem)) {
         return call.refuse(Status::usage, problem);
     }
     if (!host::readInt(call.arguments[1], defaultValue)) {
@@ -81,7 +81,7 @@ Status runLimit(const Call& call) {
 Status runUnlimit(const Call& call) {
     u32 command = 0;
     std::string problem;
-    if (!readLayerCommand(*call.camera.snapshot(), call.arguments[0], command, problem)) {
+    if (!readLayerCommand(*call.camera().snapshot(), call.arguments[0], command, problem)) {
         return call.refuse(Status::usage, problem);
     }
     if (!host::simulator::unlimit(command)) {

@@ -1,16 +1,45 @@
 #include "Completion.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <map>
 #include <utility>
 
 #include "Command.h"
+#include "SensorKeyTable.h"
+#include "Shown.h"
 #include "host/Text.h"
 
 namespace imgctl {
 namespace {
 
-std::vector<std::string>& keys() {
-    static std::vector<std::string> names;
+/// The names of the keys, each with those of its choices.
+std::map<std::string, std::vector<std::string>>& keys() {
+    static std::map<std::string, std::vector<std::string>> names;
+    return names;
+}
+
+std::vector<std::string> keyNames() {
+    std::vector<std::string> names;
+    for (const auto& key : keys()) {
+        names.push_back(key.first);
+    }
+    return names;
+}
+
+/// The files that a beginning may stand for; folders end with '/'.
+std::vector<std::string> files(const std::string& beginning) {
+    namespace fs = std::filesystem;
+    const std::size_t slash = beginning.rfind('/');
+    const std::string folder = slash == std::string::npos ? "" : beginning.substr(0, slash + 1);
+    std::vector<std::string> names;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end;
+         !error && entry != end; entry.increment(error)) {
+        std::error_code ignored;
+        names.push_back(folder + entry->path().filename().string() +
+                        (entry->is_directory(ignored) ? "/" : ""));
+    }
     return names;
 }
 
@@ -45,25 +74,59 @@ std::vector<std::string> candidatesFor(const std::string& line) {
             names = fixedWords(command.synopsis);
         }
     }
-    return firstWord || !names.empty() ? names : keys();
+    return firstWord || !names.empty() ? names : keyNames();
+}
+
+bool takesFile(const std::string& line) {
+    const std::vector<std::string> parts = host::words(line, 2);
+    return !parts.empty() && (parts[0] == "export" || parts[0] == "import") &&
+           (parts.size() > 1 || line.back() == ' ');
 }
 
 } // namespace
 
-void completeKeys(std::vector<std::string> names) {
-    keys() = std::move(names);
+void completeFromTable() {
+    for (const SensorKeyRow& row : SENSOR_KEY_TABLE) {
+        keys()[host::lowered(row.symbol).substr(sizeof "key-" - 1)];
+    }
+}
+
+void completeFrom(Client& client) {
+    const Answer answer = client.ask("GET", "/parameters");
+    if (!answer.good() || !answer.document.is_object()) {
+        return; // then commands alone are completed
+    }
+    for (const Json& parameter : answer.document["parameters"]) {
+        std::vector<std::string>& choices = keys()[textOf(parameter, "name")];
+        for (const Json& choice : parameter["choices"]) {
+            choices.push_back(textOf(choice, "name"));
+        }
+    }
 }
 
 std::vector<std::string> completions(const std::string& line, std::size_t& start) {
-    const std::size_t separator = line.find_last_of(" \t(,");
+    const bool file = takesFile(line);
+    const std::size_t separator = line.find_last_of(file ? " \t" : " \t(,=");
     start = separator == std::string::npos ? 0 : separator + 1;
-    std::string word = host::lowered(line.substr(start));
-    if (startsWith(word, "key-")) {
-        start += 4;
-        word.erase(0, 4);
+    std::string word = file ? line.substr(start) : host::lowered(line.substr(start));
+    std::vector<std::string> candidates;
+    if (file) {
+        candidates = files(word);
+    } else if (separator != std::string::npos && line[separator] == '=') {
+        const std::size_t begin = line.find_last_of(" \t(,", separator);
+        const auto key = keys().find(host::lowered(
+            line.substr(begin == std::string::npos ? 0 : begin + 1, separator - begin - 1)));
+        candidates = key != keys().end() ? key->second : candidates;
+        word = line.substr(start);
+    } else {
+        if (startsWith(word, "key-")) {
+            start += 4;
+            word.erase(0, 4);
+        }
+        candidates = candidatesFor(line);
     }
     std::vector<std::string> found;
-    for (const std::string& name : candidatesFor(line)) {
+    for (const std::string& name : candidates) {
         if (startsWith(name, word)) {
             found.push_back(name);
         }

@@ -1,21 +1,24 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
+#include "Client.h"
+
 namespace imgctl {
 
-/// The names of keys that completions offers.
-void completeKeys(std::vector<std::string> names);
+/// From now on the names of a camera's keys and of their choices are known to completions().
+void completeFrom(Client& client);
 
-/// What the word at the end of a line could become: a command, a key, or one of the fixed words
-/// that the command takes.
-/// @param line   the line up to the cursor
-/// @param start  receives where the word begins
+/// The names of the keys alone, without a camera.
+void completeFromTable();
+
+/// The words that may stand at the end of a line: commands, what a command takes, keys, the choices of
+/// a key behind its '=', files.
+/// @param start  receives where the word begins that is to be completed
 std::vector<std::string> completions(const std::string& line, std::size_t& start);
 
-/// The longest beginning that all of them have.
+/// What all of them begin with.
 std::string commonBeginning(const std::vector<std::string>& texts);
 
 } // namespace imgctl

@@ -10,7 +10,15 @@ namespace imgctl {
 /// What the command line asks for.
 struct Options {
     host::CameraArguments device;
-    std::vector<std::string> commands;
+    std::vector<std::string> commands; ///< of -c
+    std::vector<std::string> words;    ///< one command, word by word
+    std::string connect;               ///< the address of a camera elsewhere; empty: this machine's
+    std::string tokenFile;
+    std::string fingerprint;
+    int language = 0;
+    bool json = false;
+    bool complete = false; ///< only print what may stand at the end of a line
+    std::string completeLine;
     bool help = false;
     bool version = false;
 };

@@ -5,17 +5,21 @@
 
 namespace imgctl {
 
-/// From now on an answer begins a new line even where the library's reports, which go to standard
-/// output too and end with the colour reset, have left one unfinished. Call it once, before the
-/// first output.
-/// @return the stream that was standard output before, for the line editor
-FILE* watchOutput();
+/// From now on standard output is for answers alone: what the library reports, which it prints to
+/// stdout, goes to standard error, and without colours where that is no terminal. Call it once, before
+/// the first output.
+void separateReports();
 
-/// Hands on what has been printed and ends a line that is unfinished; before anything else is said.
+/// The stream of the answers.
+FILE* answers();
+
+/// Hands on what has been reported and ends a line that is unfinished; before anything else is said.
 void startLine();
 
-/// Prints an answer, or further lines of one, on standard output at once; adds the line end if
-/// there is none.
+/// Prints an answer, or further lines of one, at once; adds the line end if there is none.
 void printLine(const std::string& text);
+
+/// Prints a line on standard error. No control character passes.
+void printError(const std::string& text);
 
 } // namespace imgctl

@@ -4,10 +4,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 #include <vector>
 
 #include "Completion.h"
 #include "Interrupt.h"
+#include "Output.h"
 
 namespace imgctl {
 namespace {
@@ -24,14 +27,31 @@ void showCandidates(const std::vector<std::string>& candidates) {
     std::size_t column = 0;
     for (const std::string& candidate : candidates) {
         if (column == 0 || column + candidate.size() + 2 > kScreenWidth) {
-            std::fputc('\n', stdout);
+            std::fputc('\n', answers());
             column = 0;
         }
-        std::fprintf(stdout, "%s  ", candidate.c_str());
+        std::fprintf(answers(), "%s  ", candidate.c_str());
         column += candidate.size() + 2;
     }
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
+    std::fputc('\n', answers());
+    std::fflush(answers());
+}
+
+/// Where lines are kept across sessions; "" where this user has no folder for it.
+std::string historyFile() {
+    const char* const state = std::getenv("XDG_STATE_HOME");
+    const char* const home = std::getenv("HOME");
+    std::string folder;
+    if (state != nullptr && state[0] == '/') {
+        folder = state;
+    } else if (home != nullptr && home[0] == '/') {
+        folder = std::string(home) + "/.local/state";
+    } else {
+        return "";
+    }
+    std::error_code error;
+    std::filesystem::create_directories(folder + "/imgctl", error);
+    return error ? "" : folder + "/imgctl/history";
 }
 
 unsigned char complete(EditLine* editor, int /*key*/) {
@@ -53,8 +73,8 @@ unsigned char complete(EditLine* editor, int /*key*/) {
 }
 
 unsigned char clearLine(EditLine* editor, int /*key*/) {
-    std::fputs("^C\n", stdout);
-    std::fflush(stdout);
+    std::fputs("^C\n", answers());
+    std::fflush(answers());
     const LineInfo* info = el_line(editor);
     el_cursor(editor, static_cast<int>(info->lastchar - info->cursor));
     info = el_line(editor);
@@ -69,6 +89,10 @@ Prompt::Prompt(FILE* terminal)
     HistEvent event;
     history(m_history, &event, H_SETSIZE, kHistoryLines);
     history(m_history, &event, H_SETUNIQUE, 1);
+    m_historyFile = historyFile();
+    if (!m_historyFile.empty()) {
+        history(m_history, &event, H_LOAD, m_historyFile.c_str());
+    }
     el_set(m_editor, EL_PROMPT, promptText);
     el_set(m_editor, EL_EDITOR, "emacs");
     el_set(m_editor, EL_HIST, history, m_history);
@@ -83,6 +107,10 @@ Prompt::Prompt(FILE* terminal)
 }
 
 Prompt::~Prompt() {
+    if (!m_historyFile.empty()) {
+        HistEvent event;
+        history(m_history, &event, H_SAVE, m_historyFile.c_str());
+    }
     history_end(m_history);
     el_end(m_editor);
 }
@@ -93,12 +121,12 @@ bool Prompt::read(std::string& line) {
     errno = 0;
     const char* text = el_gets(m_editor, &length);
     while (text == nullptr && errno == EINTR && takeInterrupt()) {
-        std::fputc('\n', stdout);
+        std::fputc('\n', answers());
         errno = 0;
         text = el_gets(m_editor, &length);
     }
     if (text == nullptr || length <= 0) {
-        std::fputc('\n', stdout);
+        std::fputc('\n', answers());
         return false;
     }
     line.assign(text, static_cast<std::size_t>(length));

@@ -27,6 +27,7 @@ private:
     TerminalGuard m_terminal; // before the editor changes it
     editline* m_editor;
     history* m_history;
+    std::string m_historyFile; ///< empty: it is not kept
 };
 
 /// Reads the next line of a file, without its line end; lines of any length, and any bytes.

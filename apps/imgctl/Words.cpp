@@ -1,8 +1,8 @@
 #include "Words.h"
 
 #include <algorithm>
-#include <climits>
 
+#include "Shown.h"
 #include "host/Text.h"
 
 namespace imgctl {
@@ -16,7 +16,7 @@ bool nextPair(const std::string& text, std::size_t& position, std::string& key, 
               std::string& problem) {
     const bool bracketed = text[position] == '(';
     const std::size_t end = std::min(
-        bracketed ? text.find(')', position) : text.find_first_of(" \t(", position), text.size());
+        bracketed ? text.find(')', position) : text.find_first_of(" \t(,", position), text.size());
     const bool closed = !bracketed || end < text.size();
     const std::size_t begin = position + (bracketed ? 1 : 0);
     const std::string inside = text.substr(begin, end - begin);
@@ -29,14 +29,10 @@ bool nextPair(const std::string& text, std::size_t& position, std::string& key, 
     key = host::trim(inside.substr(0, split));
     value = host::trim(inside.substr(split + 1));
     position = end + (bracketed ? 1 : 0);
-    return true;
+    return !key.empty();
 }
 
 } // namespace
-
-std::string keyName(const host::Snapshot& now, u32 key) {
-    return host::keyName(*now.catalogue, key);
-}
 
 bool readKey(const host::Snapshot& now, const std::string& text, u32& key, std::string& problem) {
     return host::readKey(*now.catalogue, text, kEnglish, key, problem);
@@ -60,48 +56,56 @@ bool readLayerCommand(const host::Snapshot& now, const std::string& text, u32& c
     return true;
 }
 
-bool readQuery(const host::Snapshot& now, const std::string& text, std::vector<u32>& keys,
-               std::string& problem) {
+bool readQuery(const std::string& text, std::vector<std::string>& keys, std::string& problem) {
     std::string list = text;
     if (list.size() > 1 && list.front() == '(' && list.back() == ')') {
         list = list.substr(1, list.size() - 2);
     }
     std::replace(list.begin(), list.end(), ',', ' ');
-    for (const std::string& word : host::words(list, text.size())) {
-        u32 key = 0;
-        if (!readKey(now, word, key, problem)) {
-            return false;
-        }
-        keys.push_back(key);
-    }
+    keys = host::words(list, list.size());
     problem = host::quoted(text) + " is no query; allowed: KEY or (KEY,KEY,...)";
     return !keys.empty();
 }
 
-PairResult readPairs(const host::Snapshot& now, const std::string& argument,
-                     std::vector<host::Pair>& pairs, std::string& problem) {
+bool readPairs(const std::string& argument, Json& pairs, std::string& problem) {
+    pairs = Json::array();
     for (std::size_t position = 0;
-         (position = argument.find_first_not_of(" \t", position)) != std::string::npos;) {
+         (position = argument.find_first_not_of(" \t,", position)) != std::string::npos;) {
         std::string key;
         std::string value;
         if (!nextPair(argument, position, key, value, problem)) {
-            return PairResult::malformed;
+            return false;
         }
-        host::Pair pair{};
-        long long number = 0;
-        if (host::readNumber(key, number)) {
-            // Numbers beyond 32 bits become the nearest that fits, as everywhere in pair text.
-            number = std::clamp<long long>(number, INT_MIN, INT_MAX);
-            pair.key = static_cast<u32>(static_cast<int>(number));
-        } else if (!readKey(now, key, pair.key, problem)) {
-            return PairResult::unknownKey;
-        }
-        if (!host::readValue(*now.catalogue, pair.key, value, kEnglish, pair.value, problem)) {
-            return PairResult::malformed;
-        }
-        pairs.push_back(pair);
+        pairs.push_back({{"key", key}, {"value", typedValue(value)}});
     }
-    return PairResult::good;
+    problem = "no parameter is given; allowed: (KEY,VALUE) or KEY=VALUE";
+    return !pairs.empty();
+}
+
+bool takeOptions(std::string& text, const std::vector<std::string>& names,
+                 std::vector<std::pair<std::string, std::string>>& options, std::string& problem) {
+    const std::vector<std::string> all = host::words(text, text.size());
+    std::string rest;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (all[i].compare(0, 2, "--") != 0) {
+            rest += (rest.empty() ? "" : " ") + all[i];
+            continue;
+        }
+        if (std::find(names.begin(), names.end(), all[i]) != names.end()) {
+            options.emplace_back(all[i], "");
+        } else if (std::find(names.begin(), names.end(), all[i] + "=") == names.end()) {
+            problem = "no option " + host::quoted(all[i]) + host::didYouMean(all[i], names);
+            return false;
+        } else if (i + 1 == all.size()) {
+            problem = all[i] + " needs a value";
+            return false;
+        } else {
+            options.emplace_back(all[i], all[i + 1]);
+            ++i;
+        }
+    }
+    text = rest;
+    return true;
 }
 
 } // namespace imgctl

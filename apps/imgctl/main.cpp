@@ -6,14 +6,17 @@
 #include <cstring>
 #include <exception>
 #include <string>
+#include <thread>
 
 #include "Command.h"
 #include "Completion.h"
+#include "Interrupt.h"
 #include "Options.h"
 #include "Output.h"
 #include "Prompt.h"
+#include "Shown.h"
 #include "host/Camera.h"
-#include "host/Names.h"
+#include "host/DeviceTree.h"
 #include "host/Text.h"
 
 namespace {
@@ -21,37 +24,69 @@ namespace {
 using imgctl::Status;
 
 std::string helpText() {
-    return "Usage: imgctl [OPTION]... [-c COMMAND]...\n"
-           "A whole camera on this machine, driven by commands from -c or from standard input.\n"
+    return "Usage: imgctl [OPTION]... [COMMAND [ARGUMENT]...]\n"
+           "       imgctl [OPTION]... [-c COMMAND]...\n"
+           "A whole camera, driven by a command, by several from -c, or by those from standard "
+           "input.\n"
            "\nOptions:\n" +
            imgctl::optionHelp() + "\nCommands:\n" + imgctl::commandHelp() +
            "\nA KEY is a number or a name: 34, KEY_BRIGHTNESS, brightness. A CMD is a number of "
            "the\n"
-           "image-adjust layer, or the name of the key that it carries.\n"
-           "Answers go to standard output, errors to standard error. Exit status: 0 done, 1 "
-           "failed,\n"
-           "2 not understood, 3 a parameter was rejected; of several commands the highest "
-           "counts.\n";
+           "image-adjust layer, or the name of the key that it carries. Each command takes "
+           "--json.\n"
+           "Answers go to standard output, errors and reports to standard error. Exit status: 0 "
+           "done,\n"
+           "1 failed, 2 not understood, 3 rejected; of several commands the highest counts.\n";
 }
 
 Status fail(const std::string& problem) {
-    imgctl::startLine();
-    std::fprintf(stderr, "imgctl: %s\n", host::printable(problem).c_str());
+    imgctl::printError(problem);
     return Status::failed;
 }
 
-Status runCommands(host::Camera& camera, const imgctl::Options& options, FILE* terminal) {
+std::string lineOf(const std::vector<std::string>& words) {
+    std::string line;
+    for (const std::string& word : words) {
+        line += (line.empty() ? "" : " ") + word;
+    }
+    return line;
+}
+
+/// A trial lasts as long as the program that runs the camera: so it waits for its end.
+void waitForTrial(const imgctl::Target& target) {
+    imgctl::catchInterrupts();
+    for (bool told = false; !imgctl::takeInterrupt(); told = true) {
+        const imgctl::Answer answer = target.client.ask("GET", "/trial");
+        if (!answer.good() || !answer.document.is_object()) {
+            return;
+        }
+        if (!told) {
+            imgctl::printError("the trial ends in " +
+                               imgctl::numberOf(answer.document, "seconds_left") +
+                               " seconds, or with Ctrl-C");
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+}
+
+Status runCommands(const imgctl::Target& target, const imgctl::Options& options, FILE* terminal) {
     Status worst = Status::done;
     bool quit = false;
     const auto run = [&](const std::string& line) {
-        worst = std::max(worst, imgctl::runLine(camera, line, quit));
+        worst = std::max(worst, imgctl::runLine(target, line, quit));
     };
     std::string line;
-    if (!options.commands.empty()) {
+    if (!options.words.empty()) {
+        run(lineOf(options.words));
+        if (worst == Status::done && target.camera != nullptr && options.words[0] == "try") {
+            waitForTrial(target);
+        }
+    } else if (!options.commands.empty()) {
         for (std::size_t i = 0; i < options.commands.size() && !quit; ++i) {
             run(options.commands[i]);
         }
     } else if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0) {
+        imgctl::completeFrom(target.client);
         imgctl::Prompt prompt(terminal);
         while (!quit && prompt.read(line)) {
             run(line);
@@ -64,16 +99,39 @@ Status runCommands(host::Camera& camera, const imgctl::Options& options, FILE* t
     return worst;
 }
 
+Status runElsewhere(const imgctl::Options& options, const imgctl::Remote& remote, FILE* terminal) {
+    std::string problem;
+    const std::unique_ptr<imgctl::Client> client = imgctl::clientOf(remote, problem);
+    if (client == nullptr) {
+        imgctl::printError(problem);
+        return Status::usage;
+    }
+    client->useLanguage(options.language);
+    return runCommands({*client, nullptr, options.json}, options, terminal);
+}
+
 Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
     host::CameraOptions asked = options.device.camera;
     asked.trace = trace;
+    if (asked.device.empty()) {
+        asked.device = host::defaultDeviceTree();
+    }
     host::Camera camera;
     const host::StartProblem problem = camera.start(asked);
+    if (problem.kind == host::StartProblem::Kind::Owned && problem.ownerProgram == "imgctld") {
+        imgctl::Remote daemon;
+        daemon.socket = asked.device + "/imgctld.sock";
+        return runElsewhere(options, daemon, terminal);
+    }
     if (problem) {
         return fail(problem.text);
     }
-    imgctl::completeKeys(host::keyNames(*camera.snapshot()->catalogue));
-    return runCommands(camera, options, terminal);
+    for (const std::string& found : camera.snapshot()->problems) {
+        imgctl::printError(found);
+    }
+    const std::unique_ptr<imgctl::Client> client = imgctl::clientOf(camera);
+    client->useLanguage(options.language);
+    return runCommands({*client, &camera, options.json}, options, terminal);
 }
 
 /// Runs the camera with its trace, which it needs to the end.
@@ -92,22 +150,44 @@ Status runTraced(const imgctl::Options& options, FILE* terminal) {
     return written && closed ? worst : std::max(worst, fail(name + " could not be written"));
 }
 
+Status runAsked(const imgctl::Options& options) {
+    FILE* const terminal = imgctl::answers();
+    if (options.connect.empty()) {
+        return runTraced(options, terminal);
+    }
+    imgctl::Remote remote;
+    remote.url = options.connect;
+    remote.fingerprint = options.fingerprint;
+    std::string problem;
+    return imgctl::readToken(options.tokenFile, remote.token, problem)
+               ? runElsewhere(options, remote, terminal)
+               : fail(problem);
+}
+
 Status runHost(int argc, char** argv) {
-    FILE* terminal = imgctl::watchOutput();
+    imgctl::separateReports();
     imgctl::Options options;
     std::string problem;
     if (!imgctl::readOptions(argc, argv, options, problem)) {
-        std::fprintf(stderr, "imgctl: %s\n", problem.c_str());
+        imgctl::printError(problem);
         return Status::usage;
     }
     if (options.help || options.version) {
         imgctl::printLine(options.help ? helpText() : "imgctl " IMGCTL_VERSION);
         return Status::done;
     }
-    const Status worst = runTraced(options, terminal);
+    if (options.complete) { // for the shell, which must not start a camera
+        std::size_t start = 0;
+        imgctl::completeFromTable();
+        for (const std::string& word : imgctl::completions(options.completeLine, start)) {
+            imgctl::printLine(word);
+        }
+        return Status::done;
+    }
+    const Status worst = runAsked(options);
     imgctl::startLine();
     // Answers that nobody can read are none.
-    return std::ferror(stdout) == 0 ? worst : std::max(worst, Status::failed);
+    return std::ferror(imgctl::answers()) == 0 ? worst : std::max(worst, Status::failed);
 }
 
 } // namespace
@@ -117,7 +197,7 @@ int main(int argc, char** argv) {
         std::setlocale(LC_CTYPE, "");
         return static_cast<int>(runHost(argc, argv));
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "imgctl: %s\n", host::printable(error.what()).c_str());
+        imgctl::printError(error.what());
         return static_cast<int>(Status::failed);
     }
 }

@@ -1,0 +1,28 @@
+# Completion of imgctl in bash: source this file, or put it into /etc/bash_completion.d.
+# Nothing here starts a camera: what it knows comes from the key table.
+_imgctl() {
+    local line=${COMP_LINE:0:COMP_POINT} word=${COMP_WORDS[COMP_CWORD]}
+    line=${line#*[[:space:]]}
+    case $word in
+    -*)
+        mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" --help |
+            sed -n 's/^  \(--[a-z-]*\).*/\1/p')" -- "$word")
+        return
+        ;;
+    esac
+    case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --device | --trace | --token-file)
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+        ;;
+    esac
+    # What stands before the command is of no interest to it: options with their values.
+    while [[ $line == --* ]]; do
+        case ${line%%[[:space:]]*} in
+        --json | --abort | --keep | --convert | *=*) line=${line#*[[:space:]]} ;;
+        *) line=${line#*[[:space:]]} line=${line#*[[:space:]]} ;;
+        esac
+    done
+    mapfile -t COMPREPLY < <("${COMP_WORDS[0]}" --complete "$line")
+}
+complete -o nospace -o filenames -F _imgctl imgctl
