@@ -50,16 +50,6 @@ std::string bytesOfPem(const std::string& pem) {
     return bytes;
 }
 
-std::string hex(const std::string& bytes) {
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (const char c : bytes) {
-        text += digits[static_cast<unsigned char>(c) >> 4];
-        text += digits[static_cast<unsigned char>(c) & 15];
-    }
-    return text;
-}
-
 /// Fingerprints as programs print them: with colons or without, in either case.
 std::string plainFingerprint(const std::string& text) {
     std::string plain = host::lowered(text);
@@ -156,8 +146,7 @@ private:
             chain != nullptr && chain->num_of_certs > 0) {
             for (const curl_slist* line = chain->certinfo[0]; line != nullptr; line = line->next) {
                 if (std::strncmp(line->data, "Cert:", 5) == 0) {
-                    client.m_shown =
-                        hex(access_control::secrets::sha256(bytesOfPem(line->data + 5)));
+                    client.m_shown = access_control::secrets::sha256(bytesOfPem(line->data + 5));
                 }
             }
         }
