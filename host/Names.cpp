@@ -106,8 +106,12 @@ bool readValue(const Catalogue& catalogue, u32 key, const std::string& text, int
     }
     problem = "value " + quoted(text) + " of " + keyName(catalogue, key) + " is no number";
     if (parameter != nullptr && !parameter->options.empty()) {
-        problem += didYouMean(text, valueNames(catalogue, key)) +
-                   " (allowed: " + allowedText(*parameter, std::nullopt, language) + ")";
+        const std::vector<std::string> names = valueNames(catalogue, key); // what can be typed
+        std::string list;
+        for (const std::string& name : names) {
+            list += (list.empty() ? "" : ", ") + name;
+        }
+        problem += didYouMean(text, names) + " (allowed: " + list + ")";
     }
     return false;
 }

@@ -209,7 +209,7 @@ if [ ${#imgctl[@]} = 1 ] && [ -x "$daemon" ]; then
         done <<'COMMANDS'
 mode manual|0 mode 0;
 scheme 0|0 scheme 0;
-set contrast=41 --save|0 set 0;  Contrast is 41 *;  Scheme 0 is saved.;
+set contrast=41|0 set 0;  Contrast is 41 *;
 get Contrast|0 get (2353,41);
 set contrast=999|3 set -2353;imgctl: set: Contrast takes 0..255; 999 was refused. 41 stays in force.;
 explain contrast --json|0 {"key":2353,*};

@@ -177,7 +177,7 @@ private:
 
     std::string escaped(const std::string& text) const {
         char* const made = curl_easy_escape(m_curl, text.c_str(), static_cast<int>(text.size()));
-        const std::string result = made != nullptr ? made : "";
+        std::string result = made != nullptr ? made : "";
         curl_free(made);
         return result;
     }
