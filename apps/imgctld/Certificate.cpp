@@ -1,5 +1,6 @@
 #include "Certificate.h"
 
+#include <gnutls/gnutls.h>
 #include <gnutls/x509.h>
 #include <sys/stat.h>
 
@@ -47,6 +48,18 @@ bool readCertificate(const std::string& certificate, const std::string& key,
     gnutls_x509_crt_deinit(parsed);
     if (error != 0) {
         problem = certificate + ": " + gnutls_strerror(error);
+        return false;
+    }
+    // A running service is not to find out with its old certificate already gone.
+    gnutls_datum_t keyData = {reinterpret_cast<unsigned char*>(&read.key[0]),
+                              static_cast<unsigned int>(read.key.size())};
+    gnutls_certificate_credentials_t both = nullptr;
+    gnutls_certificate_allocate_credentials(&both);
+    const int mismatch =
+        gnutls_certificate_set_x509_key_mem(both, &data, &keyData, GNUTLS_X509_FMT_PEM);
+    gnutls_certificate_free_credentials(both);
+    if (mismatch < 0) {
+        problem = key + ": " + gnutls_strerror(mismatch);
         return false;
     }
     tls = std::move(read);

@@ -217,8 +217,15 @@ void connectionChanged(void* cls, MHD_Connection* connection, void**,
     record.fd = info != nullptr ? info->connect_fd : -1;
     info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
     const bool hasAddress = info != nullptr && info->client_addr != nullptr;
-    record.peer = hasAddress ? textOf(info->client_addr) : "unix";
-    record.counted = hasAddress ? countedAs(info->client_addr) : "unix";
+    int domain = 0;
+    socklen_t size = sizeof domain;
+    // Who comes over the Unix socket may do much: the socket itself says that it is one.
+    if (getsockopt(record.fd, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_UNIX) {
+        record.peer = record.counted = "unix";
+    } else {
+        record.peer = hasAddress ? textOf(info->client_addr) : "unknown";
+        record.counted = hasAddress ? countedAs(info->client_addr) : "unknown";
+    }
     record.deadline = Clock::now() + Seconds(shared.limits.headSeconds);
     Shared::Address& address = shared.addresses[record.counted];
     ++address.all;

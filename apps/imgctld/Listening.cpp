@@ -14,7 +14,8 @@
 namespace http {
 namespace {
 
-constexpr int kBacklog = 128;
+constexpr int kBacklog =
+    512; // more than there may be: whom the system drops comes again in a second
 
 int refused(int fd, const std::string& what, std::string& problem) {
     problem = what + ": " + std::strerror(errno);

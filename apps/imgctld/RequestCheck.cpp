@@ -167,19 +167,26 @@ HeadProblem checkHead(const http::Request& request, const OwnNames& names, const
 }
 
 std::string clientAddress(const http::Request& request, const OwnNames& names) {
-    const std::string* const forwarded = request.header("x-forwarded-for");
-    if (request.local || forwarded == nullptr || !contains(names.proxies, request.peer)) {
+    // Some proxies add a line of their own below the client's.
+    const auto last =
+        std::find_if(request.headers.rbegin(), request.headers.rend(),
+                     [](const http::Header& header) { return header.name == "x-forwarded-for"; });
+    if (request.local || last == request.headers.rend() || !contains(names.proxies, request.peer)) {
         return request.peer;
     }
+    const std::string* const forwarded = &last->value;
     // The last one is what the proxy saw itself; what stands before it anybody may have written.
     const std::string::size_type comma = forwarded->rfind(',');
     std::string address = comma == std::string::npos ? *forwarded : forwarded->substr(comma + 1);
     address.erase(0, address.find_first_not_of(" \t"));
     address.erase(address.find_last_not_of(" \t") + 1);
+    return isAddress(address) ? address : request.peer;
+}
+
+bool isAddress(const std::string& text) {
     in6_addr bytes{};
-    const bool valid = inet_pton(AF_INET, address.c_str(), &bytes) == 1 ||
-                       inet_pton(AF_INET6, address.c_str(), &bytes) == 1;
-    return valid ? address : request.peer;
+    return inet_pton(AF_INET, text.c_str(), &bytes) == 1 ||
+           inet_pton(AF_INET6, text.c_str(), &bytes) == 1;
 }
 
 bool isLoopback(const std::string& address) {

@@ -38,6 +38,9 @@ HeadProblem checkHead(const http::Request& request, const OwnNames& names, const
 /// The address that a request came from: the peer's, or what a trusted proxy says it is.
 std::string clientAddress(const http::Request& request, const OwnNames& names);
 
+/// Whether a text is an IPv4 or IPv6 address.
+bool isAddress(const std::string& text);
+
 /// Whether an address is of this machine's loopback.
 bool isLoopback(const std::string& address);
 

@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "host/Camera.h"
+#include "host/Text.h"
 #include "host/api/Json.h"
 
 namespace imgctld {
@@ -41,24 +42,17 @@ http::Response refuse(unsigned int status, const char* code, const std::string& 
     return toHttp(response);
 }
 
-/// The paths of the API that are the service's own; all others are the camera's.
-struct OwnRoute {
-    const char* method;
-    const char* path; ///< with a blank at its end: anything may follow
-    access_control::Role needs;
-    bool open; ///< for everybody
-};
 constexpr OwnRoute kOwn[] = {
     {"GET", "/api/v1/session", access_control::Role::Monitor, true},
     {"POST", "/api/v1/login", access_control::Role::Monitor, true},
     {"POST", "/api/v1/logout", access_control::Role::Monitor, true},
     {"GET", "/api/v1/users", access_control::Role::Administrator, false},
     {"POST", "/api/v1/users", access_control::Role::Administrator, false},
-    {"PUT", "/api/v1/users/ ", access_control::Role::Administrator, false},
-    {"DELETE", "/api/v1/users/ ", access_control::Role::Administrator, false},
+    {"PUT", "/api/v1/users/{name}", access_control::Role::Administrator, false},
+    {"DELETE", "/api/v1/users/{name}", access_control::Role::Administrator, false},
     {"GET", "/api/v1/tokens", access_control::Role::Administrator, false},
     {"POST", "/api/v1/tokens", access_control::Role::Administrator, false},
-    {"DELETE", "/api/v1/tokens/ ", access_control::Role::Administrator, false},
+    {"DELETE", "/api/v1/tokens/{name}", access_control::Role::Administrator, false},
     {"GET", "/api/v1/events", access_control::Role::Viewer, false},
     {"GET", "/picture.jpg", access_control::Role::Viewer, false},
     {"GET", "/video.mjpg", access_control::Role::Viewer, false},
@@ -66,17 +60,24 @@ constexpr OwnRoute kOwn[] = {
     {"GET", "/health", access_control::Role::Monitor, false},
 };
 
-const OwnRoute* findOwn(const std::string& method, const std::string& path, bool& pathKnown) {
-    pathKnown = false;
+bool takes(const std::string& method, const char* routeMethod) {
+    return method == routeMethod || (method == "HEAD" && routeMethod == std::string("GET"));
+}
+
+/// @param methods  receives those that the path has, when none fits
+const OwnRoute* findOwn(const std::string& method, const std::string& path, std::string& methods) {
     for (const OwnRoute& route : kOwn) {
         const std::string own = route.path;
-        const bool open = own.back() == ' ';
-        const bool same = open ? path.compare(0, own.size() - 1, own, 0, own.size() - 1) == 0 &&
-                                     path.size() > own.size() - 1
-                               : path == own;
-        pathKnown = pathKnown || same;
-        if (same && method == route.method) {
+        const std::string::size_type brace = own.find('{');
+        const bool same = brace == std::string::npos
+                              ? path == own
+                              : path.compare(0, brace, own, 0, brace) == 0 && path.size() > brace &&
+                                    path.find('/', brace) == std::string::npos;
+        if (same && takes(method, route.method)) {
             return &route;
+        }
+        if (same) {
+            methods += (methods.empty() ? "" : ", ") + std::string(route.method);
         }
     }
     return nullptr;
@@ -94,15 +95,13 @@ struct Target {
 
 Target targetOf(const http::Request& request) {
     Target target;
-    bool pathKnown = false;
-    if (const OwnRoute* const own = findOwn(request.method, request.path, pathKnown)) {
+    if (const OwnRoute* const own = findOwn(request.method, request.path, target.methods)) {
         target.found = true;
         target.open = own->open;
         target.needs = own->needs;
         return target;
     }
-    if (pathKnown) {
-        target.methods = "another method";
+    if (!target.methods.empty()) {
         return target;
     }
     if (request.path.compare(0, sizeof kApi - 1, kApi) == 0) {
@@ -117,7 +116,7 @@ Target targetOf(const http::Request& request) {
         return target;
     }
     if (findPageFile(request.path) != nullptr) {
-        target.found = request.method == "GET" || request.method == "HEAD";
+        target.found = takes(request.method, "GET");
         target.methods = "GET";
         target.open = true;
     }
@@ -128,7 +127,25 @@ bool isHealthy(const host::Camera& camera) {
     return camera.busySeconds() < 10;
 }
 
+/// What writes the camera's flash.
+bool writesFlash(const http::Request& request, const std::string& path) {
+    if (path == "/save" || path == "/reset") {
+        return true;
+    }
+    if (path == "/import") {
+        return request.argument("dry-run") == nullptr;
+    }
+    // A name is kept at once, a window with the next save.
+    std::string problem;
+    return request.method == "PUT" && path.compare(0, 9, "/schemes/") == 0 &&
+           host::api::parse(request.body, problem).contains("name");
+}
+
 } // namespace
+
+std::vector<OwnRoute> ownRoutes() {
+    return {std::begin(kOwn), std::end(kOwn)};
+}
 
 Service::Service(host::Camera& camera, ServiceOptions options)
     : m_camera(camera),
@@ -200,8 +217,11 @@ http::Response Service::refusalOf(const http::Request& request, const Identity& 
     }
     // A wrong token is a guess like a wrong password.
     if (request.header("authorization") != nullptr) {
-        m_guesses.wrong(limitKey(clientAddress(request, m_options.names)), now());
-        return refuse(401, "not_logged_in", "This token is wrong, or has run out.");
+        const double wait =
+            m_guesses.attempt(limitKey(clientAddress(request, m_options.names)), now());
+        return wait > 0 ? refuse(429, "too_many_tries", "Too many wrong tries.",
+                                 static_cast<int>(wait) + 1)
+                        : refuse(401, "not_logged_in", "This token is wrong, or has run out.");
     }
     return refuse(401, "not_logged_in", "Log in first.");
 }
@@ -215,26 +235,19 @@ bool Service::head(const http::Request& request, std::size_t& mostBody, http::Re
         refusal = target.methods.empty()
                       ? refuse(404, "not_found", "There is nothing of that name.")
                       : refuse(405, "method", "This path takes " + target.methods + ".");
+        if (!target.methods.empty()) {
+            refusal.headers.push_back({"Allow", target.methods});
+        }
     } else {
         mostBody = target.mostBody;
-        if (target.open) {
+        // Whether it may at all is decided before its body is read.
+        const Identity who = identify(request);
+        if (target.open || may(who, target.needs)) {
             return true;
         }
-        const std::string address = limitKey(clientAddress(request, m_options.names));
-        const double wait =
-            request.header("authorization") != nullptr ? m_guesses.wait(address, now()) : 0;
-        if (wait > 0) {
-            refusal =
-                refuse(429, "too_many_tries", "Too many wrong tries.", static_cast<int>(wait) + 1);
-        } else {
-            // Whether it may at all is decided before its body is read.
-            const Identity who = identify(request);
-            if (who.known && who.role >= target.needs) {
-                return true;
-            }
-            refusal = refusalOf(request, who, target.needs);
-        }
+        refusal = refusalOf(request, who, target.needs);
     }
+    count(refusal.status);
     const auto added = problem(0); // the headers that every answer has
     refusal.headers.insert(refusal.headers.end(), added.headers.begin(), added.headers.end());
     return false;
@@ -259,11 +272,13 @@ http::Response Service::problem(unsigned int status) {
 void Service::answer(const Shared& exchange, http::Response response) {
     const auto added = problem(0);
     response.headers.insert(response.headers.end(), added.headers.begin(), added.headers.end());
-    {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        ++m_answers[response.status];
-    }
+    count(response.status);
     exchange->answer(std::move(response));
+}
+
+void Service::count(unsigned int status) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    ++m_answers[status];
 }
 
 void Service::log(const std::string& line) {
@@ -276,6 +291,12 @@ void Service::handle(Shared exchange) {
     const Identity who = identify(request);
     if (who.known) {
         exchange->known();
+    }
+    // A body takes its time to come; meanwhile whoever sends it may have been put out.
+    const Target target = targetOf(request);
+    if (!target.open && !may(who, target.needs)) {
+        answer(exchange, refusalOf(request, who, target.needs));
+        return;
     }
     const std::string& path = request.path;
     if (path == "/picture.jpg") {
@@ -316,13 +337,16 @@ void Service::handleApi(const Shared& exchange, const Identity& who, const std::
     if (begins("/tokens")) {
         return tokens(exchange, who, path);
     }
-    if (path == "/save") {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        if (now() - m_lastSave < kSaveEvery) {
-            exchange->answer(refuse(429, "too_many", "It was saved just now.", 2));
+    // Flash wears out. Who is at the machine itself can write it anyway.
+    if (!request.local && writesFlash(request, path)) {
+        const MonotonicTime at = now();
+        std::unique_lock<std::mutex> guard(m_lock);
+        if (m_lastSave && at - *m_lastSave < kSaveEvery) {
+            guard.unlock();
+            answer(exchange, refuse(429, "too_many", "It was saved just now.", 2));
             return;
         }
-        m_lastSave = now();
+        m_lastSave = at;
     }
     host::api::Request asked;
     asked.method = request.method;
@@ -340,6 +364,12 @@ void Service::handleApi(const Shared& exchange, const Identity& who, const std::
 
 void Service::events(const Shared& exchange, const Identity& who) {
     const http::Request& request = exchange->request();
+    const std::string* const given = request.argument("lang");
+    int language = 0;
+    if (given != nullptr && !host::readIntWithin(*given, 0, 1000, language)) {
+        answer(exchange, refuse(400, "bad_request", "'lang' is the number of a language."));
+        return;
+    }
     const unsigned long number =
         m_streams.open(streamOwner(request, who), StreamList::Kind::Events,
                        m_options.mostEventsOfSession, m_options.mostEventsOfSession * 100);
@@ -350,7 +380,6 @@ void Service::events(const Shared& exchange, const Identity& who) {
     }
     const std::string* const last = request.header("last-event-id");
     const std::string* const lastArgument = request.argument("last");
-    const std::string* const language = request.argument("lang");
     http::Response response = problem(0);
     response.headers.push_back({"Content-Type", "text/event-stream; charset=utf-8"});
     http::StreamOptions options;
@@ -359,11 +388,17 @@ void Service::events(const Shared& exchange, const Identity& who) {
     if (last != nullptr || lastArgument != nullptr) {
         from = last != nullptr ? *last : *lastArgument;
     }
-    m_streams.attach(
-        number, exchange->stream(
-                    std::move(response),
-                    m_events.stream(from, language != nullptr ? std::atoi(language->c_str()) : 0),
-                    options));
+    attach(number, *exchange,
+           exchange->stream(std::move(response), m_events.stream(from, language), options));
+}
+
+void Service::attach(unsigned long number, const http::Exchange& exchange,
+                     const std::shared_ptr<http::StreamControl>& control) {
+    m_streams.attach(number, control);
+    // Put out between the check and now: nothing was there yet to be ended.
+    if (!may(identify(exchange.request()), Role::Viewer)) {
+        control->end();
+    }
 }
 
 void Service::video(const Shared& exchange, const Identity& who) {
@@ -391,7 +426,7 @@ void Service::video(const Shared& exchange, const Identity& who) {
     options.sendBuffer = 128 * 1024;
     options.unchunked = true;
     options.gone = [this, number] { m_streams.close(number); };
-    m_streams.attach(number, exchange->stream(std::move(response), m_pictures.video(), options));
+    attach(number, *exchange, exchange->stream(std::move(response), m_pictures.video(), options));
 }
 
 void Service::picture(const Shared& exchange) {
@@ -467,8 +502,14 @@ void Service::tick() {
         const std::lock_guard<std::mutex> guard(m_lock);
         m_usersStamp = stamp; // said once
     }
-    for (const std::string& ended : m_sessions.revise(*accounts(), at)) {
+    const auto known = accounts();
+    for (const std::string& ended : m_sessions.revise(*known, at)) {
         m_streams.endOf(ended);
+    }
+    for (const access_control::Token& token : known->tokens) {
+        if (token.expires != 0 && std::time(nullptr) >= token.expires) {
+            m_streams.endOf("token:" + token.name);
+        }
     }
 }
 

@@ -81,11 +81,18 @@ private:
     bool pageFile(const Shared& exchange, const std::string& path);
 
     void answer(const Shared& exchange, http::Response response);
+    void count(unsigned int status);
+    static bool may(const Identity& who, Role needs) { return who.known && who.role >= needs; }
+    void attach(unsigned long number, const http::Exchange& exchange,
+                const std::shared_ptr<http::StreamControl>& control);
     http::Response refusalOf(const http::Request& request, const Identity& who, Role needs);
     std::shared_ptr<const access_control::Accounts> accounts() const;
     std::string streamOwner(const http::Request& request, const Identity& who) const;
-    bool changeUsers(const std::function<bool(access_control::Accounts&, std::string&)>& change,
-                     std::string& problem);
+    using AccountsChange = std::function<bool(access_control::Accounts&, std::string&)>;
+    /// Changes the users file in a while, as hashing takes long, and answers with what is made of
+    /// it then.
+    void changeUsers(const Shared& exchange, const AccountsChange& change,
+                     const std::function<http::Response()>& done);
 
     host::Camera& m_camera;
     const ServiceOptions m_options;
@@ -95,7 +102,7 @@ private:
     Events m_events;
     Sessions m_sessions;
     GuessLimit m_guesses;
-    PasswordQueue m_passwords;
+    SlowWork m_slow;
     std::function<std::size_t()> m_connections;
     std::atomic<long long> m_certificateExpires;
 
@@ -111,10 +118,19 @@ private:
     } m_usersStamp;
     std::map<unsigned int, unsigned long> m_answers; ///< by status
     std::map<std::string, long long> m_tokenUse;     ///< seconds since 1970, by name
-    MonotonicTime m_lastSave{};
+    std::optional<MonotonicTime> m_lastSave;
     MonotonicTime m_lastTick{};
     unsigned long m_wrongLogins = 0;
 };
+
+/// A path that is the service's own; all others of the API are the camera's.
+struct OwnRoute {
+    const char* method;
+    const char* path; ///< "/api/v1/users/{name}"
+    access_control::Role needs;
+    bool open; ///< for everybody
+};
+std::vector<OwnRoute> ownRoutes();
 
 /// A file of the page, compiled in.
 struct PageFile {

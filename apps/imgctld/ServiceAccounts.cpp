@@ -126,22 +126,23 @@ bool Service::readUsers(std::string& wrong) {
     return true;
 }
 
-bool Service::changeUsers(const std::function<bool(Accounts&, std::string&)>& change,
-                          std::string& wrong) {
-    return access_control::changeAccounts(m_options.usersFile, change, wrong) && readUsers(wrong);
+void Service::changeUsers(const Shared& exchange, const AccountsChange& change,
+                          const std::function<http::Response()>& done) {
+    const bool taken = m_slow.add([this, exchange, change, done] {
+        std::string wrong;
+        const bool good =
+            access_control::changeAccounts(m_options.usersFile, change, wrong) && readUsers(wrong);
+        answer(exchange, good ? done() : refuse(422, "accounts", sentenceOf(wrong)));
+    });
+    if (!taken) {
+        answer(exchange, refuse(503, "busy", "Too much is being done just now.", 1));
+    }
 }
 
 void Service::login(const Shared& exchange) {
     const http::Request& request = exchange->request();
     const std::string address = limitKey(clientAddress(request, m_options.names));
     const MonotonicTime at = std::chrono::steady_clock::now();
-    const double wait = m_guesses.wait(address, at);
-    if (wait > 0) {
-        const int seconds = static_cast<int>(wait) + 1;
-        return answer(exchange, refuse(429, "too_many_tries",
-                                       "Too many tries. Next in " + std::to_string(seconds) + " s.",
-                                       seconds));
-    }
     if (!loginNeeded()) {
         return answer(exchange, refuse(409, "no_login", "Nobody needs to log in here."));
     }
@@ -150,34 +151,39 @@ void Service::login(const Shared& exchange) {
     if (!readBody(request, {"name", "password"}, body, wrong)) {
         return answer(exchange, refuse(400, "bad_request", wrong));
     }
+    const double wait = m_guesses.attempt(address, at);
+    if (wait > 0) {
+        const int seconds = static_cast<int>(wait) + 1;
+        return answer(exchange, refuse(429, "too_many_tries",
+                                       "Too many tries. Next in " + std::to_string(seconds) + " s.",
+                                       seconds));
+    }
     const auto known = accounts();
     const User* const found = known->user(textOf(body, "name"));
     const std::optional<User> user = found != nullptr ? std::optional<User>(*found) : std::nullopt;
     const bool encrypted = request.encrypted;
-    const bool taken = m_passwords.check(
-        user, textOf(body, "password"), [this, exchange, user, address, encrypted](bool fits) {
-            const MonotonicTime then = std::chrono::steady_clock::now();
-            if (!fits) {
-                m_guesses.wrong(address, then);
-                {
-                    const std::lock_guard<std::mutex> guard(m_lock);
-                    ++m_wrongLogins;
-                }
-                log("wrong login from " + address);
-                return answer(exchange, refuse(401, "wrong_login", "Name or password is wrong."));
+    const std::string password = textOf(body, "password");
+    const bool taken = m_slow.add([this, exchange, user, password, address, encrypted] {
+        if (!access_control::passwordFits(user ? &*user : nullptr, password)) {
+            {
+                const std::lock_guard<std::mutex> guard(m_lock);
+                ++m_wrongLogins;
             }
-            m_guesses.right(address);
-            exchange->known();
-            // A new secret at each login, never one that the client brought along.
-            const std::string secret = m_sessions.open(*user, then);
-            const std::string name = cookieName(encrypted);
-            http::Response response =
-                document({{"user", user->name}, {"role", access_control::nameOf(user->role)}});
-            response.headers.push_back({"Set-Cookie", name + "=" + secret +
-                                                          "; Path=/; HttpOnly; SameSite=Strict" +
-                                                          (name[0] == '_' ? "; Secure" : "")});
-            answer(exchange, std::move(response));
-        });
+            log("wrong login from " + address);
+            return answer(exchange, refuse(401, "wrong_login", "Name or password is wrong."));
+        }
+        m_guesses.right(address);
+        exchange->known();
+        // A new secret at each login, never one that the client brought along.
+        const std::string secret = m_sessions.open(*user, std::chrono::steady_clock::now());
+        const std::string name = cookieName(encrypted);
+        http::Response response =
+            document({{"user", user->name}, {"role", access_control::nameOf(user->role)}});
+        response.headers.push_back({"Set-Cookie", name + "=" + secret +
+                                                      "; Path=/; HttpOnly; SameSite=Strict" +
+                                                      (name[0] == '_' ? "; Secure" : "")});
+        answer(exchange, std::move(response));
+    });
     if (!taken) {
         answer(exchange, refuse(503, "busy", "Too many people log in just now.", 1));
     }
@@ -244,33 +250,33 @@ void Service::users(const Shared& exchange, const Identity&, const std::string& 
     }
     const std::optional<Role> role = access_control::roleOf(textOf(body, "role"));
     const std::string password = textOf(body, "password");
-    bool done = false;
+    AccountsChange change;
     if (request.method == "DELETE") {
-        done = changeUsers(
-            [&name](Accounts& all, std::string& why) {
-                return access_control::removeUser(all, name, why);
-            },
-            wrong);
+        change = [name](Accounts& all, std::string& why) {
+            return access_control::removeUser(all, name, why);
+        };
     } else if (request.method == "POST") {
         if (!role) {
             return answer(exchange,
                           refuse(400, "bad_request",
                                  "'role' is monitor, viewer, operator or administrator."));
         }
-        done = changeUsers(
-            [&](Accounts& all, std::string& why) {
-                return access_control::addUser(all, textOf(body, "name"), *role, password, why);
-            },
-            wrong);
+        change = [added = textOf(body, "name"), role = *role, password](Accounts& all,
+                                                                        std::string& why) {
+            return access_control::addUser(all, added, role, password, why);
+        };
     } else {
-        done = changeUsers(
-            [&](Accounts& all, std::string& why) {
-                return (!role || access_control::setRole(all, name, *role, why)) &&
-                       (password.empty() || access_control::setPassword(all, name, password, why));
-            },
-            wrong);
+        if ((body.contains("role") && !role) || (!role && password.empty())) {
+            return answer(exchange, refuse(400, "bad_request",
+                                           "A user takes 'role' (monitor, viewer, operator or "
+                                           "administrator) or 'password'."));
+        }
+        change = [name, role, password](Accounts& all, std::string& why) {
+            return (!role || access_control::setRole(all, name, *role, why)) &&
+                   (password.empty() || access_control::setPassword(all, name, password, why));
+        };
     }
-    answer(exchange, done ? document(Json::object()) : refuse(422, "users", sentenceOf(wrong)));
+    changeUsers(exchange, change, [] { return document(Json::object()); });
 }
 
 void Service::tokens(const Shared& exchange, const Identity& who, const std::string& path) {
@@ -301,31 +307,31 @@ void Service::tokens(const Shared& exchange, const Identity& who, const std::str
     }
     if (request.method == "DELETE") {
         const std::string name = path.substr(8);
-        const bool done = changeUsers(
-            [&name](Accounts& all, std::string& why) {
+        return changeUsers(
+            exchange,
+            [name](Accounts& all, std::string& why) {
                 return access_control::revokeToken(all, name, why);
             },
-            wrong);
-        return answer(exchange,
-                      done ? document(Json::object()) : refuse(422, "tokens", sentenceOf(wrong)));
+            [] { return document(Json::object()); });
     }
     const std::optional<Role> role = access_control::roleOf(textOf(body, "role"));
     if (!role) {
         return answer(exchange, refuse(400, "bad_request",
                                        "'role' is monitor, viewer, operator or administrator."));
     }
-    const auto days = body.find("days");
-    std::string secret;
-    const bool done = changeUsers(
-        [&](Accounts& all, std::string& why) {
-            return access_control::addToken(
-                all, textOf(body, "name"), *role, who.byToken ? std::string() : who.name,
-                days != body.end() && days->is_number_integer() ? days->get<int>() : 0, secret,
-                why);
+    const auto found = body.find("days");
+    const long days = found != body.end() && found->is_number_integer() ? found->get<long>() : 0;
+    const std::string name = textOf(body, "name");
+    const auto secret = std::make_shared<std::string>();
+    changeUsers(
+        exchange,
+        [name, role = *role, maker = who.byToken ? std::string() : who.name, days, secret](
+            Accounts& all, std::string& why) {
+            return access_control::addToken(all, name, role, maker, days, *secret, why);
         },
-        wrong);
-    answer(exchange, done ? document({{"name", textOf(body, "name")}, {"token", secret}}, 201)
-                          : refuse(422, "tokens", sentenceOf(wrong)));
+        [name, secret] {
+            return document({{"name", name}, {"token", *secret}}, 201);
+        });
 }
 
 } // namespace imgctld

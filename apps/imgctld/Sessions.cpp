@@ -25,6 +25,7 @@ std::string Sessions::open(const User& user, MonotonicTime now) {
         const auto oldest = std::min_element(
             m_sessions.begin(), m_sessions.end(),
             [](const auto& one, const auto& other) { return one.second.used < other.second.used; });
+        m_displaced.push_back(oldest->second.number);
         m_sessions.erase(oldest);
     }
     m_sessions[access_control::secrets::sha256(secret)] =
@@ -41,8 +42,7 @@ std::optional<Identity> Sessions::find(const std::string& secret, MonotonicTime 
     }
     Session& session = found->second;
     if (over(session, now)) {
-        m_sessions.erase(found);
-        return std::nullopt;
+        return std::nullopt; // revise() takes it away, with its streams
     }
     session.used = now;
     return Identity{session.user.name, session.number, session.user.role, true, false};
@@ -56,6 +56,7 @@ void Sessions::close(const std::string& secret) {
 std::vector<std::string> Sessions::revise(const Accounts& accounts, MonotonicTime now) {
     std::vector<std::string> ended;
     const std::lock_guard<std::mutex> guard(m_lock);
+    ended.swap(m_displaced);
     for (auto i = m_sessions.begin(); i != m_sessions.end();) {
         const User* const user = accounts.user(i->second.user.name);
         const bool same = user != nullptr && user->role == i->second.user.role &&
@@ -70,9 +71,9 @@ std::vector<std::string> Sessions::revise(const Accounts& accounts, MonotonicTim
     return ended;
 }
 
-PasswordQueue::PasswordQueue() : m_thread([this] { run(); }) {}
+SlowWork::SlowWork() : m_thread([this] { run(); }) {}
 
-PasswordQueue::~PasswordQueue() {
+SlowWork::~SlowWork() {
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         m_ending = true;
@@ -81,52 +82,35 @@ PasswordQueue::~PasswordQueue() {
     m_thread.join();
 }
 
-bool PasswordQueue::check(std::optional<User> user, std::string password,
-                          std::function<void(bool)> done) {
+bool SlowWork::add(std::function<void()> job) {
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         if (m_jobs.size() >= kMostWaiting || m_ending) {
             return false;
         }
-        m_jobs.push_back({std::move(user), std::move(password), std::move(done)});
+        m_jobs.push_back(std::move(job));
     }
     m_changed.notify_all();
     return true;
 }
 
-void PasswordQueue::run() {
+void SlowWork::run() {
     std::unique_lock<std::mutex> guard(m_lock);
     for (;;) {
         m_changed.wait(guard, [this] { return m_ending || !m_jobs.empty(); });
         if (m_ending) {
             return;
         }
-        const Job job = std::move(m_jobs.front());
+        std::function<void()> job = std::move(m_jobs.front());
         m_jobs.pop_front();
         guard.unlock();
-        job.done(access_control::passwordFits(job.user ? &*job.user : nullptr, job.password));
+        job();
+        job = nullptr; // what it holds answers when it goes
         guard.lock();
     }
 }
 
-double GuessLimit::wait(const std::string& address, MonotonicTime now) {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    const auto found = m_tries.find(address);
-    if (found == m_tries.end()) {
-        return 0;
-    }
-    if (now - found->second.last > kForgiven) {
-        m_tries.erase(found);
-        return 0;
-    }
-    if (found->second.wrong < kFreeTries) {
-        return 0;
-    }
-    const std::chrono::duration<double> left = found->second.last + kBetweenTries - now;
-    return std::max(left.count(), 0.0);
-}
-
-void GuessLimit::wrong(const std::string& address, MonotonicTime now) {
+double GuessLimit::attempt(const std::string& address, MonotonicTime now) {
     const std::lock_guard<std::mutex> guard(m_lock);
     if (m_tries.size() >= kMostAddresses) {
         for (auto i = m_tries.begin(); i != m_tries.end();) {
@@ -137,13 +121,23 @@ void GuessLimit::wrong(const std::string& address, MonotonicTime now) {
         }
     }
     Tries& tries = m_tries[address];
+    if (now - tries.last > kForgiven) {
+        tries.wrong = 0;
+    }
+    if (tries.wrong >= kFreeTries && now - tries.last < kBetweenTries) {
+        return std::chrono::duration<double>(tries.last + kBetweenTries - now).count();
+    }
     ++tries.wrong;
     tries.last = now;
+    return 0;
 }
 
 void GuessLimit::right(const std::string& address) {
     const std::lock_guard<std::mutex> guard(m_lock);
-    m_tries.erase(address);
+    const auto found = m_tries.find(address);
+    if (found != m_tries.end() && --found->second.wrong == 0) {
+        m_tries.erase(found);
+    }
 }
 
 } // namespace imgctld

@@ -60,36 +60,31 @@ private:
 
     std::mutex m_lock;
     std::map<std::string, Session> m_sessions; ///< by the digest of the secret
+    std::vector<std::string> m_displaced;      ///< numbers that revise() has not told yet
     unsigned long m_numbers = 0;
 };
 
-/// Checks passwords one after the other on a thread of its own: a hash takes long and much memory.
-class PasswordQueue {
+/// Does what hashes passwords, one after the other on a thread of its own: a hash takes long and
+/// much memory, and the file of users may be locked.
+class SlowWork {
 public:
     static constexpr std::size_t kMostWaiting = 8;
 
-    PasswordQueue();
-    ~PasswordQueue();
-    PasswordQueue(const PasswordQueue&) = delete;
-    PasswordQueue& operator=(const PasswordQueue&) = delete;
+    SlowWork();
+    ~SlowWork();
+    SlowWork(const SlowWork&) = delete;
+    SlowWork& operator=(const SlowWork&) = delete;
 
-    /// @param user  empty: no such user
-    /// @param done  called once, on the queue's thread
+    /// @param job  called once, on the queue's thread; dropped when the queue goes before
     /// @return false when as many wait as may
-    bool check(std::optional<access_control::User> user, std::string password,
-               std::function<void(bool fits)> done);
+    bool add(std::function<void()> job);
 
 private:
-    struct Job {
-        std::optional<access_control::User> user;
-        std::string password;
-        std::function<void(bool)> done;
-    };
     void run();
 
     std::mutex m_lock;
     std::condition_variable m_changed;
-    std::deque<Job> m_jobs;
+    std::deque<std::function<void()>> m_jobs;
     bool m_ending = false;
     std::thread m_thread;
 };
@@ -98,9 +93,11 @@ private:
 /// thread.
 class GuessLimit {
 public:
-    /// @return seconds to wait before the next try, 0: now
-    double wait(const std::string& address, MonotonicTime now);
-    void wrong(const std::string& address, MonotonicTime now);
+    /// To be asked before each try, which counts as a wrong one from here on: of those that run at
+    /// the same time none is free.
+    /// @return seconds to wait before the next try, which was not counted then; 0: go on
+    double attempt(const std::string& address, MonotonicTime now);
+    /// The try was right. Those before it stay: one's own login between does not help to guess.
     void right(const std::string& address);
 
 private:

@@ -11,6 +11,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto kSameForAll = std::chrono::milliseconds(100);
 constexpr auto kTooOld = std::chrono::seconds(1);
+constexpr auto kQuiet = std::chrono::seconds(10);
 constexpr auto kPatience = std::chrono::milliseconds(500);
 constexpr auto kSingleAtMost = std::chrono::seconds(5);
 
@@ -103,9 +104,12 @@ public:
         const Latest latest = m_pictures.latest();
         if (latest.number == m_seen || latest.part == nullptr ||
             Clock::now() - latest.made > kTooOld) {
-            return Pull::Wait;
+            // Whoever has gone meanwhile is noticed by writing only, and would keep his place for as
+            // long as the camera is away.
+            return Clock::now() - m_last > kQuiet ? Pull::End : Pull::Wait;
         }
         m_seen = latest.number;
+        m_last = Clock::now();
         chunk = latest.part;
         return Pull::Chunk;
     }
@@ -114,6 +118,7 @@ private:
     Pictures& m_pictures;
     bool m_begun = false;
     std::uint64_t m_seen = 0;
+    Clock::time_point m_last = Clock::now();
 };
 
 Pictures::Pictures(host::PictureHub& hub, StreamList& streams)
@@ -211,11 +216,15 @@ void Pictures::run() {
                 for (const auto& done : waiting) {
                     done(latest.jpeg, problem);
                 }
-                if (latest.jpeg != nullptr) {
-                    m_streams.wake(StreamList::Kind::Video);
-                }
+                m_streams.wake(StreamList::Kind::Video);
                 if (over) {
                     break;
+                }
+                if (latest.jpeg == nullptr && !problem.empty()) {
+                    // The next is told at once too, for as long as the camera is away.
+                    std::unique_lock<std::mutex> pause(m_lock);
+                    m_changed.wait_for(pause, kPatience,
+                                       [this] { return m_ending || !m_waiting.empty(); });
                 }
             }
         }

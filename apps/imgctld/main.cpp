@@ -1,4 +1,5 @@
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -70,9 +71,17 @@ std::vector<host::CommandLineOption> commandLine(Arguments& to) {
          {"--name", "NAME", "a host name", "a name that this service is reached by; repeatable",
           list(to.names)},
          {"--trusted-proxy", "ADDRESS", "an IP address",
-          "believe this proxy who it speaks for; repeatable", list(to.proxies)},
+          "believe this proxy who it speaks for; repeatable",
+          [&to](const std::string& value) {
+              to.proxies.push_back(value);
+              return isAddress(value);
+          }},
          {"--public-url", "URL", "http://... or https://...",
-          "where a proxy serves this to the outside", text(to.publicUrl)},
+          "where a proxy serves this to the outside",
+          [&to](const std::string& value) {
+              to.publicUrl = value;
+              return value.compare(0, 7, "http://") == 0 || value.compare(0, 8, "https://") == 0;
+          }},
          {"--no-login", "", "", "everybody on this machine may do everything, and see the picture",
           flag(to.noLogin)},
          {"--videos", "N", "1 .. 100", "how many may watch at a time (default 16)",
@@ -311,6 +320,10 @@ private:
 };
 
 int runDaemon(int argc, char** argv) {
+    // What it writes, and what it would leave behind, holds secrets.
+    umask(0077);
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_CORE, &none);
     Arguments arguments;
     const std::vector<host::CommandLineOption> options = commandLine(arguments);
     std::string problem;

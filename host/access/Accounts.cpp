@@ -234,7 +234,9 @@ const Token* tokenOf(const Accounts& accounts, const std::string& secret, long l
 }
 
 bool passwordFits(const User* user, const std::string& password) {
-    if (user == nullptr || !secrets::canMatch(user->hash)) {
+    // What stands behind a zero byte is not hashed.
+    if (user == nullptr || !secrets::canMatch(user->hash) ||
+        password.find('\0') != std::string::npos) {
         secrets::spendHash(password);
         return false;
     }

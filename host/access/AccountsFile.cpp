@@ -109,6 +109,10 @@ bool readAccounts(const std::string& path, Accounts& accounts, std::string& prob
         problem = path + " cannot be read, or is no file";
         return false;
     }
+    if (status.st_uid != geteuid() && status.st_uid != 0) {
+        problem = path + " belongs to another user; chown it";
+        return false;
+    }
     if ((status.st_mode & 077U) != 0) {
         problem = path + " can be read by others; chmod 600 it";
         return false;

@@ -242,8 +242,8 @@ bool postRestore(const Context& context, host::Request& operation, Problem& faul
     if (!body.end()) {
         return false;
     }
-    if (keys != nullptr && !keys->is_array()) {
-        return fault.badRequest("'keys' is a list of keys.");
+    if (keys != nullptr && (!keys->is_array() || keys->size() > kMostValues)) {
+        return fault.badRequest("'keys' is a list of at most 100 keys.");
     }
     for (std::size_t i = 0; keys != nullptr && i < keys->size(); ++i) {
         const Json& one = (*keys)[i];

@@ -1,6 +1,7 @@
 #include "host/api/Routing.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "host/Names.h"
 #include "host/Text.h"
@@ -32,6 +33,11 @@ bool matches(const char* pattern, const std::string& path, Match& match) {
         }
     }
     return at == path.size();
+}
+
+/// Documents hold numbers up to 4294967295; as an int that would be another number.
+bool isInt(const Json& json) {
+    return json.is_number_integer() && json.get<long long>() <= std::numeric_limits<int>::max();
 }
 
 } // namespace
@@ -104,7 +110,7 @@ bool Body::number(const char* name, std::optional<int>& value) {
     if (json == nullptr || json->is_null()) {
         return true;
     }
-    if (!json->is_number_integer()) {
+    if (!isInt(*json)) {
         return m_fault.badRequest(std::string("'") + name + "' is a whole number.");
     }
     value = json->get<int>();
@@ -185,7 +191,7 @@ bool readKeyOf(const Context& context, const std::string& text, u32& key, Proble
 }
 
 bool readValueOf(const Context& context, u32 key, const Json& json, int& value, Problem& fault) {
-    if (json.is_number_integer()) {
+    if (isInt(json)) {
         value = json.get<int>();
         return true;
     }
