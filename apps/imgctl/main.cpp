@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 
+#include "Access.h"
 #include "Command.h"
 #include "Completion.h"
 #include "Interrupt.h"
@@ -36,7 +37,8 @@ std::string helpText() {
            "--json.\n"
            "Answers go to standard output, errors and reports to standard error. Exit status: 0 "
            "done,\n"
-           "1 failed, 2 not understood, 3 rejected; of several commands the highest counts.\n";
+           "1 failed, 2 not understood, 3 rejected; of several commands the highest counts.\n"
+           "Who may use the camera over the network: imgctl user, token and tls, each with --help.\n";
 }
 
 Status fail(const std::string& problem) {
@@ -195,6 +197,11 @@ Status runHost(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         std::setlocale(LC_CTYPE, "");
+#ifdef IMGCTL_ACCESS
+        if (argc > 1 && imgctl::isAccessCommand(argv[1])) {
+            return imgctl::runAccess(argc, argv);
+        }
+#endif
         return static_cast<int>(runHost(argc, argv));
     } catch (const std::exception& error) {
         imgctl::printError(error.what());

@@ -109,7 +109,8 @@ bool Daemon::endsSoon(RawClient& stream) {
 
 int runProgram(const std::string& program, const std::string& words, std::string& output) {
     output.clear();
-    FILE* const pipe = popen(("timeout 20 " + program + " " + words + " 2>&1").c_str(), "r");
+    FILE* const pipe =
+        popen(("bash -c 'timeout 20 " + program + " " + words + " 2>&1'").c_str(), "r");
     char part[4096];
     while (const std::size_t count = std::fread(part, 1, sizeof part, pipe)) {
         output.append(part, count);

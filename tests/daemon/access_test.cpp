@@ -275,4 +275,46 @@ TEST_F(Daemon, TheProgramRefusesWhatIsNotSafeAndSaysWhatToDo) {
     EXPECT_NE(output.find("chmod 600"), std::string::npos) << output;
 }
 
+TEST_F(Daemon, TheCommandLineManagesWhoMay) {
+    const struct {
+        const char* words;
+        const char* typed;
+        int status;
+        const char* says;
+    } rows[] = {
+        {"user add anna", "too short", 1, "10 characters"},
+        {"user add anna --role viewer", "ten letters", 1, "must be an administrator"},
+        {"user add anna", "ten letters", 0, ""},
+        {"user add anna", "ten letters", 1, "already"},
+        {"user add a/b", "ten letters", 1, "letters, digits"},
+        {"user add otto --role operator", "ten letters", 0, ""},
+        {"user role otto boss", "", 2, "administrator"},
+        {"user role otto viewer", "", 0, ""},
+        {"user list", "", 0, "anna administrator\notto viewer\n"},
+        {"user remove anna", "", 1, "last administrator"},
+        {"user password anna", "", 1, "10 characters"},
+        {"user password anna", "other letters", 0, ""},
+        {"user remove otto", "", 0, ""},
+        {"token add t --days 0", "", 2, "--days"},
+        {"token add t --role operator --days 3", "", 0, ""},
+        {"token list", "", 0, "t operator until "},
+        {"token revoke t", "", 0, ""},
+        {"token revoke t", "", 1, "no token"},
+        {"user", "", 2, "--help"},
+    };
+    for (const auto& row : rows) {
+        std::string output;
+        const std::string words = std::string(row.words) + " --device " + root;
+        EXPECT_EQ(runProgram(IMGCTL, words + " <<< \"" + row.typed + "\"", output), row.status)
+            << row.words << "\n"
+            << output;
+        EXPECT_NE(output.find(row.says), std::string::npos) << row.words << "\n" << output;
+    }
+    Accounts all;
+    std::string wrong;
+    ASSERT_TRUE(access_control::readAccounts(users, all, wrong)) << wrong;
+    ASSERT_EQ(all.users.size(), 1U);
+    EXPECT_TRUE(access_control::passwordFits(&all.users[0], "other letters"));
+}
+
 } // namespace
