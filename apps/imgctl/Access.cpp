@@ -9,7 +9,6 @@
 #include <functional>
 
 #include "Command.h"
-#include "Output.h"
 #include "Prompt.h"
 #include "TerminalGuard.h"
 #include "host/CommandLine.h"
@@ -88,8 +87,33 @@ std::vector<host::CommandLineOption> commandLine(Arguments& to) {
         {"--help", "", "", "show this help", [&to](const std::string&) { return to.help = true; }}};
 }
 
+/// Options may stand among the words.
+bool readArguments(int argc, char* const* argv, Arguments& to, std::string& problem) {
+    std::vector<std::string> rest(argv + 1, argv + argc);
+    const auto options = commandLine(to);
+    for (;;) {
+        std::vector<char*> pointers = {argv[0]};
+        for (std::string& word : rest) {
+            pointers.push_back(&word[0]);
+        }
+        std::vector<std::string> words;
+        if (!host::readCommandLine(static_cast<int>(pointers.size()), pointers.data(), options,
+                                   &words, problem)) {
+            return false;
+        }
+        if (words.empty()) {
+            return true;
+        }
+        to.words.push_back(words[0]);
+        rest.assign(words.begin() + 1, words.end());
+    }
+}
+
+void printLine(const std::string& text) {
+    std::printf("%s\n", text.c_str());
+}
+
 Status refuse(Status status, const std::string& problem) {
-    startLine();
     std::fprintf(stderr, "imgctl: %s\n", host::printable(problem).c_str());
     return status;
 }
@@ -304,12 +328,11 @@ bool isAccessCommand(const char* word) {
 int runAccess(int argc, char* const* argv) {
     Arguments arguments;
     std::string problem;
-    const auto options = commandLine(arguments);
-    if (!host::readCommandLine(argc, argv, options, &arguments.words, problem)) {
+    if (!readArguments(argc, argv, arguments, problem)) {
         return static_cast<int>(refuse(Status::usage, problem));
     }
     if (arguments.help) {
-        printLine(kUsage + host::commandLineHelp(options));
+        std::printf("%s%s", kUsage, host::commandLineHelp(commandLine(arguments)).c_str());
         return static_cast<int>(Status::done);
     }
     if (arguments.word(0) == "tls") {
