@@ -1,4 +1,5 @@
-# Writes the page's files as a C++ table. Called with FOLDER, FILES (below it) and OUTPUT.
+# Writes the page's files as a C++ table, and the API's description beside the page. Called with FOLDER,
+# FILES (below it) and OUTPUT.
 set(types html text/html css text/css js text/javascript json application/json svg image/svg+xml)
 set(arrays "")
 set(rows "")
@@ -21,6 +22,8 @@ foreach(file IN LISTS FILES)
     set(path /${file})
     if(file STREQUAL "index.html")
         set(path /)
+    elseif(file STREQUAL "../openapi.json")
+        set(path /api/v1/openapi.json)
     endif()
     string(APPEND rows "    {\"${path}\", \"${type}; charset=utf-8\", reinterpret_cast<const char*>(kFile${number}), ${size}},\n")
     math(EXPR number "${number} + 1")

@@ -54,6 +54,7 @@ constexpr OwnRoute kOwn[] = {
     {"POST", "/api/v1/tokens", access_control::Role::Administrator, false},
     {"DELETE", "/api/v1/tokens/{name}", access_control::Role::Administrator, false},
     {"GET", "/api/v1/events", access_control::Role::Viewer, false},
+    {"GET", "/api/v1/openapi.json", access_control::Role::Monitor, false},
     {"GET", "/picture.jpg", access_control::Role::Viewer, false},
     {"GET", "/video.mjpg", access_control::Role::Viewer, false},
     {"GET", "/metrics", access_control::Role::Monitor, false},
@@ -330,6 +331,10 @@ void Service::handleApi(const Shared& exchange, const Identity& who, const std::
     }
     if (path == "/events") {
         return events(exchange, who);
+    }
+    if (path == "/openapi.json") {
+        pageFile(exchange, request.path);
+        return;
     }
     if (begins("/users")) {
         return users(exchange, who, path);
