@@ -53,6 +53,9 @@ void PictureHub::capture() {
         std::string problem;
         bool good = m_source->start(format, problem);
         guard.lock();
+        if (good) {
+            m_problem.clear(); // what failed before is not told to who comes now
+        }
         while (good && m_viewers > 0 && !m_stopping) {
             guard.unlock();
             auto picture = std::make_shared<image_adjust::Picture>();

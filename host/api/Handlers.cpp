@@ -6,6 +6,7 @@
 #include "host/api/Documents.h"
 #include "host/api/ExplainHandlers.h"
 #include "host/api/Routing.h"
+#include "host/api/SimulatorHandlers.h"
 
 namespace host::api {
 namespace {
@@ -458,6 +459,8 @@ const std::vector<Handler>& handlers() {
         {{"DELETE", "/trial", Role::Operator, nullptr, kMostBody}, nullptr, plain<DropTrial>},
         {{"GET", "/export", Role::Viewer, nullptr, 0}, getExport, nullptr},
         {{"POST", "/import", Role::Administrator, kSchemesType, kMostImport}, nullptr, postImport},
+        {{"GET", "/simulator", Role::Viewer, nullptr, 0}, getSimulator, nullptr},
+        {{"PUT", "/simulator", Role::Administrator, nullptr, kMostBody}, nullptr, putSimulator},
         {{"GET", "/style", Role::Viewer, nullptr, 0}, getStyle, nullptr},
         {{"GET", "/languages", Role::Viewer, nullptr, 0}, getLanguages, nullptr},
         {{"GET", "/languages/{id}", Role::Viewer, nullptr, 0}, getLanguage, nullptr},

@@ -20,12 +20,13 @@ public:
     /// @return the code the call is to fail with, 0 for none
     int next(unsigned int cmd);
 
-private:
     struct Fault {
         int code;
         unsigned int left; // 0: for good
     };
+    const std::map<unsigned int, Fault>& commands() const { return m_commands; }
 
+private:
     std::map<unsigned int, Fault> m_commands;
     unsigned long m_nth = 0;
     int m_nthCode = 0;

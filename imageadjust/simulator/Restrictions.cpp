@@ -36,6 +36,15 @@ bool Restrictions::unlimit(unsigned int cmd) {
     return true;
 }
 
+std::vector<Restriction> Restrictions::all() const {
+    std::vector<Restriction> list;
+    for (const Limit* limit = m_limits; limit != m_limits + m_count; ++limit) {
+        list.push_back({limit->cmd, limit->defaultValue,
+                        std::vector<int>(limit->item, limit->item + limit->count)});
+    }
+    return list;
+}
+
 bool Restrictions::accepts(const CommandRow& row, int value) const {
     if (const Limit* limit = find(row.cmd)) {
         const int* end = limit->item + limit->count;

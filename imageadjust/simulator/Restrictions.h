@@ -4,6 +4,7 @@
 
 #include "CommandTable.h"
 #include "ImageAdjust.h"
+#include "SimulatedImageAdjust.h"
 
 namespace simulated_ia {
 
@@ -14,6 +15,9 @@ public:
     void clear() { m_count = 0; }
     bool limit(unsigned int cmd, int defaultValue, const std::vector<int>& items);
     bool unlimit(unsigned int cmd);
+
+    /// Every restriction, in that order.
+    std::vector<Restriction> all() const;
 
     /// Whether a set of the row's command takes the value.
     bool accepts(const CommandRow& row, int value) const;

@@ -172,6 +172,22 @@ void fail(unsigned int cmd, int code, unsigned int count) {
     d.sensor.faults.failCommand(cmd, code, count);
 }
 
+std::vector<Fault> faults() {
+    Device& d = device();
+    const Guard guard(d.lock);
+    std::vector<Fault> list;
+    for (const auto& fault : d.sensor.faults.commands()) {
+        list.push_back({fault.first, fault.second.code, fault.second.left});
+    }
+    return list;
+}
+
+std::vector<Restriction> restrictions() {
+    Device& d = device();
+    const Guard guard(d.lock);
+    return d.sensor.restrictions.all();
+}
+
 void failNthCall(unsigned long n, int code) {
     Device& d = device();
     const Guard guard(d.lock);

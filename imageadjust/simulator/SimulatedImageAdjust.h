@@ -44,6 +44,14 @@ unsigned long callCount();
 /// @param count  for so many calls; 0: until told otherwise
 void fail(unsigned int cmd, int code, unsigned int count = 0);
 
+/// The commands that fail now.
+struct Fault {
+    unsigned int cmd;
+    int code;
+    unsigned int left; ///< for so many calls; 0: until told otherwise
+};
+std::vector<Fault> faults();
+
 /// Lets the n-th call from now on (1: the next one), whatever its command, return a code, once.
 void failNthCall(unsigned long n, int code);
 
@@ -77,6 +85,14 @@ bool limit(unsigned int cmd, int defaultValue, const std::vector<int>& items);
 
 /// Ends the restriction of a command. @return false when it was not restricted
 bool unlimit(unsigned int cmd);
+
+/// The commands that are restricted, in the order in which they became so.
+struct Restriction {
+    unsigned int cmd;
+    int defaultValue;
+    std::vector<int> items;
+};
+std::vector<Restriction> restrictions();
 
 /// What a command takes when nothing restricts it.
 struct Range {

@@ -259,6 +259,13 @@ TEST_F(Daemon, IsAsItsDescriptionSays) {
     const std::string schemes = tour("GET", v + "/export");
     tour("POST", v + "/import?dry-run=1", schemes);
     tour("POST", v + "/import?dry-run=1", "nonsense", 422);
+    tour(
+        "PUT", v + "/simulator",
+        R"({"light":20,"fog":30,"faults":[{"command":34,"code":-1}],"limits":[{"command":34,"default":60,"items":[60,61]}]})");
+    EXPECT_EQ(
+        tour("GET", v + "/simulator"),
+        R"({"light":20,"fog":30,"lamp":30,"shake":0,"unplugged":false,)"
+        R"("faults":[{"command":34,"code":-1,"count":0}],"limits":[{"command":34,"default":60,"items":[60,61]}]})");
     tour("GET", v + "/style");
     tour("GET", v + "/languages");
     tour("GET", v + "/languages/0");
@@ -277,6 +284,12 @@ TEST_F(Daemon, IsAsItsDescriptionSays) {
     tour("GET", "/health");
     tour("GET", "/picture.jpg");
     tour("GET", "/video.mjpg");
+    tour("PUT", v + "/simulator", R"({"light":101})", 400);
+    tour("PUT", v + "/simulator", R"({"limits":[{"command":35,"default":1,"items":[]}]})", 422);
+    tour("PUT", v + "/simulator", R"({"light":100,"unplugged":true,"faults":[],"limits":[]})");
+    tour("GET", "/health");
+    tour("PUT", v + "/parameters/34", R"({"value":66})", 503);
+    tour("PUT", v + "/simulator", R"({"unplugged":false})");
     tour("POST", v + "/reload");
     // The device takes no value any more: what is wanted and what it has are two things then.
     tour("POST", v + "/schemes/0/activate");
