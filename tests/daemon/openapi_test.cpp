@@ -296,6 +296,12 @@ TEST_F(Daemon, IsAsItsDescriptionSays) {
     simulated_ia::fail(34, -1);
     tour("PUT", v + "/parameters/34", R"({"value":77})", 502);
     tour("POST", v + "/schemes/1/activate");
+    // It is told when the camera has compared again.
+    for (int i = 0;
+         i < 100 && ask("GET", v + "/camera", boss).body.find("\"wanted\"") == std::string::npos;
+         ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
     tour("GET", v + "/camera");
     simulated_ia::fail(34, 0);
     std::this_thread::sleep_for(std::chrono::seconds(2)); // as the save before wrote the flash
