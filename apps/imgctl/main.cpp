@@ -38,7 +38,8 @@ std::string helpText() {
            "Answers go to standard output, errors and reports to standard error. Exit status: 0 "
            "done,\n"
            "1 failed, 2 not understood, 3 rejected; of several commands the highest counts.\n"
-           "Who may use the camera over the network: imgctl user, token and tls, each with --help.\n";
+           "Who may use the camera over the network: imgctl user, token and tls, each with "
+           "--help.\n";
 }
 
 Status fail(const std::string& problem) {
