@@ -51,6 +51,7 @@ const CommandLineOption* findOption(const std::vector<CommandLineOption>& option
 
 std::string unknownOption(const std::vector<CommandLineOption>& options, const std::string& name) {
     std::vector<std::string> names;
+    names.reserve(options.size());
     for (const CommandLineOption& option : options) {
         names.emplace_back(option.name);
     }

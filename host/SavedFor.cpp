@@ -51,7 +51,7 @@ std::string lineOf(const std::string& text, const std::string& name) {
 bool anythingSaved() {
     std::vector<KeyVal> values;
     for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
-        if (savedValues(scheme, values) && !values.empty()) {
+        if (savedValues(scheme, values) == FileState::Unreadable || !values.empty()) {
             return true;
         }
     }
@@ -112,7 +112,7 @@ std::map<int, std::vector<KeyVal>> putSavedAside() {
     std::map<int, std::vector<KeyVal>> all;
     for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
         std::vector<KeyVal> values;
-        if (!savedValues(scheme, values)) {
+        if (savedValues(scheme, values) == FileState::Missing) {
             continue;
         }
         const std::string file = onHost(schemeFile(scheme));

@@ -50,7 +50,7 @@ Status runImport(const Call& call) {
     const bool wrong = document.is_object() && document.contains("errors");
     if (call.json || (!answer.good() && !wrong)) {
         call.told(answer, status);
-        if (!call.json && document.is_object() && textOf(document, "key") != "") {
+        if (!call.json && document.is_object() && !textOf(document, "key").empty()) {
             call.note("nothing is saved; the values before it are in force");
         }
         return status;

@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace http {
 namespace {
@@ -22,7 +21,7 @@ MHD_Response* newResponse(const Bytes& body) {
             return MHD_CONTENT_READER_END_OF_STREAM;
         }
         const std::size_t count = std::min(most, text.size() - static_cast<std::size_t>(position));
-        std::memcpy(buffer, text.data() + position, count);
+        std::copy_n(text.begin() + static_cast<std::ptrdiff_t>(position), count, buffer);
         return static_cast<ssize_t>(count);
     };
     MHD_Response* response =
@@ -40,7 +39,7 @@ ssize_t Shared::Stream::read(char* buffer, std::size_t most) {
         m_progress = Clock::now();
         if (m_chunk != nullptr && m_sent < m_chunk->size()) {
             const std::size_t count = std::min(most, m_chunk->size() - m_sent);
-            std::memcpy(buffer, m_chunk->data() + m_sent, count);
+            std::copy_n(m_chunk->begin() + static_cast<std::ptrdiff_t>(m_sent), count, buffer);
             m_sent += count;
             return static_cast<ssize_t>(count);
         }

@@ -155,7 +155,7 @@ std::string Pictures::problem() const {
     return m_problem;
 }
 
-void Pictures::single(std::function<void(Bytes, const std::string&)> done) {
+void Pictures::single(const std::function<void(Bytes, const std::string&)>& done) {
     Bytes there;
     {
         const std::lock_guard<std::mutex> guard(m_lock);

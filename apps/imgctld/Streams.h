@@ -70,7 +70,7 @@ public:
 
     /// Gives one picture, of at most 100 ms ago: all who ask meanwhile get the same.
     /// @param done  called once, on any thread; without a picture the problem says why
-    void single(std::function<void(Bytes jpeg, const std::string& problem)> done);
+    void single(const std::function<void(Bytes jpeg, const std::string& problem)>& done);
 
     /// Why there are no pictures; empty: there are, or nobody watches.
     std::string problem() const;

@@ -132,7 +132,8 @@ bool readAccounts(const std::string& path, Accounts& accounts, std::string& prob
         const std::string wrong =
             line.empty() || line[0] == '#' ? std::string() : takeLine(line, found);
         if (!wrong.empty()) {
-            problem = path + ", line " + std::to_string(number) + ": " + wrong;
+            problem = path;
+            problem.append(", line ").append(std::to_string(number)).append(": ").append(wrong);
             return false;
         }
     }

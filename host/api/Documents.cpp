@@ -1,5 +1,6 @@
 #include "host/api/Documents.h"
 
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 
@@ -291,7 +292,7 @@ Json trialDocument(const Snapshot& snapshot, int language) {
             {"who", textOrNull(trial.origin.who)},
             {"client", textOrNull(trial.origin.client)},
             {"scheme", trial.scheme},
-            {"seconds_left", static_cast<long long>(trial.secondsLeft + 0.5)},
+            {"seconds_left", std::lround(trial.secondsLeft)},
             {"values", std::move(values)}};
 }
 
