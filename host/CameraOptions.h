@@ -10,7 +10,7 @@ namespace host {
 
 /// How a camera is switched on.
 struct CameraOptions {
-    std::string device;              ///< the device tree; empty: see defaultDeviceTree()
+    std::string device;              ///< the device tree; empty: see deviceTreeFor()
     std::string program = "imgctl";  ///< who owns it, for the second that asks
     std::string layer = "simulator"; ///< "simulator", "v4l2:/dev/video0", "so:PATH"
 
@@ -38,6 +38,10 @@ struct CameraOptions {
     bool schemeWinsBack = true; ///< changes by other programs are taken back; else they stay until
                                 ///< the next switch
     bool dayNightByPicture = true; ///< where the device has no day/night state of its own
+    std::string pictureFormat;     ///< of a Linux camera: "mjpeg", "yuyv", "grey"; empty: the best
+    int pictureWidth = 0;          ///< of its pictures, for every viewer; 0: as each wants
+    int pictureHeight = 0;
+    bool waitForCamera = false; ///< one that is not there yet is a state, and no problem
 };
 
 /// Why a camera was not switched on.

@@ -11,6 +11,7 @@
 #include "ModuleConfigureParser.h"
 #include "SensorConfig.h"
 #include "SystemInfoParser.h"
+#include "host/CameraTree.h"
 #include "host/DeviceTree.h"
 #include "host/LayerChoice.h"
 #include "host/SavedFor.h"
@@ -168,7 +169,8 @@ StartProblem Camera::Core::open() {
 
 StartProblem Camera::Core::openTree() {
     std::string text;
-    if (!openDeviceTree(m_options.device.empty() ? defaultDeviceTree() : m_options.device, text)) {
+    CameraTree tree;
+    if (!deviceTreeFor(m_options, tree, text) || !openDeviceTree(tree.path, text)) {
         return failed(StartProblem::Kind::Tree, text);
     }
     const std::string root = linux_framework::deviceRoot();
@@ -213,14 +215,14 @@ StartProblem Camera::Core::checkSavedFor() {
 }
 
 StartProblem Camera::Core::openLayerAndLock() {
-    const std::string device = deviceOfLayer(m_options.layer);
+    const std::string device = nodeOfLayer(m_options.layer);
     StartProblem problem =
         take(m_cameraLock, cameraLockPath(device), m_options.program, "the camera " + device);
     if (problem) {
         return problem;
     }
     std::string text;
-    m_layer = openLayer(m_options.layer, text);
+    m_layer = openLayer(m_options, text);
     if (m_layer == nullptr) {
         return failed(StartProblem::Kind::Layer, text);
     }

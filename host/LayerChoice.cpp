@@ -4,6 +4,8 @@
 #include "LinuxFramework.h"
 #include "SimulatedImageAdjust.h"
 #include "SimulatedPictureSource.h"
+#include "V4l2Layer.h"
+#include "host/CameraTree.h"
 #include "host/Snapshot.h"
 #include "host/Text.h"
 
@@ -20,7 +22,8 @@ bool startsWith(const std::string& text, const std::string& beginning) {
 
 } // namespace
 
-std::shared_ptr<image_adjust::Layer> openLayer(const std::string& name, std::string& problem) {
+std::shared_ptr<image_adjust::Layer> openLayer(const CameraOptions& options, std::string& problem) {
+    const std::string& name = options.layer;
     if (name == kSimulator) {
         simulated_ia::setTimeSource(linux_framework::deviceMicroseconds);
         simulated_ia::setTimeOfDaySource([] { return cameraTime().minuteOfDay(); });
@@ -29,7 +32,23 @@ std::shared_ptr<image_adjust::Layer> openLayer(const std::string& name, std::str
     if (startsWith(name, kLibrary) && name.size() > sizeof kLibrary - 1) {
         return image_adjust::openLibraryLayer(name.substr(sizeof kLibrary - 1), problem);
     }
-    problem = "no layer " + quoted(name) + "; allowed: simulator, so:PATH";
+    if (!deviceOfLayer(name).empty()) {
+        image_adjust::v4l2::Options camera;
+        camera.wait = options.waitForCamera;
+        camera.dayNight = options.dayNightByPicture;
+        camera.format = options.pictureFormat;
+        camera.width = options.pictureWidth;
+        camera.height = options.pictureHeight;
+        camera.clock = [] { return cameraTime().minuteOfDay(); };
+        const std::string given = deviceOfLayer(name);
+        const std::string meant = cameraMeant(given);
+        auto layer = image_adjust::v4l2::openV4l2(meant, camera, problem);
+        if (layer == nullptr && meant != given) {
+            problem = given + " is not there: " + problem;
+        }
+        return layer;
+    }
+    problem = "no layer " + quoted(name) + "; allowed: simulator, v4l2:/dev/videoN, so:PATH";
     return nullptr;
 }
 

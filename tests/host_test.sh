@@ -16,7 +16,7 @@ oneline() { tr '\n' ';' <"$1"; }
 scheme_files() { cat "$work/main/mnt/mtd/code/config_file/"*.cfg | cksum; }
 
 tree main # a script through every command: command | answer
-keys=$(grep -c '^| [0-9]' "$source/docs/keys.md")
+keys=$(awk -F'|' '/^\| [0-9]/ && NF == 8' "$source/docs/keys.md" | wc -l)
 sed "s|WORK|$work|;s|KEYS|$keys|" >"$work/table" <<'END'
 mode 0|mode 0
 scheme 0|scheme 0
@@ -78,6 +78,7 @@ window 1 off|window 1 00:00-06:00 off
 save|save 0, 1
 keys shutter|keys [1-9]*
 watch 1|watch from [1-9]*
+snapshot WORK/picture.jpg|snapshot * 640x360
 style|style [1-9]*
 common 77|common 77 [1-9]*
 export WORK/exported|export *

@@ -59,6 +59,8 @@ Status runExplain(const Call& call);
 Status runPlan(const Call& call);
 Status runHistory(const Call& call);
 Status runWatch(const Call& call);
+// What the camera sees
+Status runSnapshot(const Call& call);
 
 // The layer against its contract
 Status runCompliance(const Call& call);

@@ -181,6 +181,8 @@ const std::vector<Command>& commands() {
          "check such a file; then set and save its schemes, whichever is current; --dry-run only "
          "checks",
          runImport},
+        {"snapshot", "FILE", "write what the camera sees to a JPEG file of this machine",
+         runSnapshot, true},
         {"style", "", "the controls of the user interface (XML), after a line with their size",
          runStyle},
         {"language", "ID", "the texts of a language, after a line with their size", runLanguage},

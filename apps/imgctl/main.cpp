@@ -16,7 +16,9 @@
 #include "Output.h"
 #include "Prompt.h"
 #include "Shown.h"
+#include "Tools.h"
 #include "host/Camera.h"
+#include "host/CameraTree.h"
 #include "host/DeviceTree.h"
 #include "host/Text.h"
 
@@ -30,7 +32,8 @@ std::string helpText() {
            "A whole camera, driven by a command, by several from -c, or by those from standard "
            "input.\n"
            "\nOptions:\n" +
-           imgctl::optionHelp() + "\nCommands:\n" + imgctl::commandHelp() +
+           imgctl::optionHelp() + "\nWithout a camera that is switched on:\n" + imgctl::toolHelp() +
+           "\nCommands:\n" + imgctl::commandHelp() +
            "\nA KEY is a number or a name: 34, KEY_BRIGHTNESS, brightness. A CMD is a number of "
            "the\n"
            "image-adjust layer, or the name of the key that it carries. Each command takes "
@@ -116,8 +119,15 @@ Status runElsewhere(const imgctl::Options& options, const imgctl::Remote& remote
 Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
     host::CameraOptions asked = options.device.camera;
     asked.trace = trace;
-    if (asked.device.empty()) {
-        asked.device = host::defaultDeviceTree();
+    host::CameraTree tree;
+    std::string missing;
+    if (!host::deviceTreeFor(asked, tree, missing)) {
+        return fail(missing);
+    }
+    asked.device = tree.path;
+    if (!tree.madeFor.empty()) {
+        std::fprintf(stderr, "imgctl: made a device tree for %s: %s\n",
+                     host::printable(tree.madeFor).c_str(), host::printable(tree.path).c_str());
     }
     host::Camera camera;
     const host::StartProblem problem = camera.start(asked);
@@ -168,6 +178,9 @@ Status runAsked(const imgctl::Options& options) {
 }
 
 Status runHost(int argc, char** argv) {
+    if (const std::optional<Status> tool = imgctl::runTool(argc, argv)) {
+        return *tool;
+    }
     imgctl::separateReports();
     imgctl::Options options;
     std::string problem;

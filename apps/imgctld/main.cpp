@@ -15,8 +15,8 @@
 #include "Service.h"
 #include "Watchdog.h"
 #include "host/Camera.h"
+#include "host/CameraTree.h"
 #include "host/CommandLine.h"
-#include "host/DeviceTree.h"
 #include "host/Text.h"
 
 namespace {
@@ -180,8 +180,15 @@ private:
     bool openCamera() {
         host::CameraArguments& device = m_arguments.device;
         device.camera.program = "imgctld";
-        if (device.camera.device.empty()) {
-            device.camera.device = host::defaultDeviceTree();
+        device.camera.waitForCamera = true;
+        host::CameraTree tree;
+        if (!host::deviceTreeFor(device.camera, tree, m_problem)) {
+            return false;
+        }
+        device.camera.device = tree.path;
+        if (!tree.madeFor.empty()) {
+            std::printf("imgctld: made a device tree for %s: %s\n",
+                        host::printable(tree.madeFor).c_str(), host::printable(tree.path).c_str());
         }
         if (!device.trace.empty()) {
             m_trace.reset(std::fopen(device.trace.c_str(), "we"));

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "Home.h"
 #include "ImageAdjustRecords.h"
 #include "SensorKeyTable.h"
 
@@ -20,6 +21,19 @@ const char kHead[] =
     "\n"
     "| Key | Name | Command | Kind | Handler | What it is |\n"
     "|---:|---|---:|---|---|---|\n";
+
+const char kControls[] =
+    "\n"
+    "## Controls of Linux cameras\n"
+    "\n"
+    "What of a camera behind the V4L2 layer a key is; where one is not, the camera has it not. "
+    "Which of\n"
+    "them a camera has, `imgctl make-device` asks it; docs/v4l2.md tells of families and of what "
+    "holds a\n"
+    "value back.\n"
+    "\n"
+    "| Key | Name | Control or call |\n"
+    "|---:|---|---|\n";
 
 const char kHandlers[] =
     "\n"
@@ -67,6 +81,19 @@ void printRow(const SensorKeyRow& row) {
                 kind.c_str(), row.handler, row.meaning);
 }
 
+/// The controls of a key, without the prefix that all of them have.
+void printControls(const SensorKeyRow& row) {
+    std::string controls =
+        row.isStoredOnly() ? "" : image_adjust::v4l2::tabledControls(row.command);
+    const std::string prefix = "V4L2_CID_";
+    for (std::size_t at; (at = controls.find(prefix)) != std::string::npos;) {
+        controls.erase(at, prefix.size());
+    }
+    if (!controls.empty()) {
+        std::printf("| %u | `%s` | %s |\n", row.key, row.symbol, controls.c_str());
+    }
+}
+
 } // namespace
 
 int main() {
@@ -80,5 +107,9 @@ int main() {
         }
     }
     std::fputs(kHandlers, stdout);
+    std::fputs(kControls, stdout);
+    for (const SensorKeyRow& row : SENSOR_KEY_TABLE) {
+        printControls(row);
+    }
     return std::fflush(stdout) == 0 ? 0 : 1;
 }

@@ -1,0 +1,162 @@
+#include "host/CameraTree.h"
+
+#include <unistd.h>
+
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "V4l2Layer.h"
+#include "host/DeviceTree.h"
+#include "host/LayerChoice.h"
+#include "host/Text.h"
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+namespace v4l2 = image_adjust::v4l2;
+
+/// The user's folder for what programs keep; a service without a home has the machine's.
+fs::path stateFolder() {
+    const auto folder = [](const char* variable) {
+        const char* text = std::getenv(variable);
+        return fs::path(text != nullptr && text[0] == '/' ? text : "");
+    };
+    if (!folder("XDG_STATE_HOME").empty()) {
+        return folder("XDG_STATE_HOME") / "imgctl";
+    }
+    return folder("HOME").empty() ? "/var/lib/imgctl" : folder("HOME") / ".local/state/imgctl";
+}
+
+/// A name that a camera was given by, as a file name: no two share one.
+std::string fileNameOf(const std::string& given) {
+    static const char digits[] = "0123456789abcdef";
+    std::string name;
+    for (const char c : given) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (std::isalnum(byte) != 0 || c == '-' || c == '.') {
+            name += c;
+        } else {
+            name += {'_', digits[byte >> 4U], digits[byte & 15U]};
+        }
+    }
+    return name;
+}
+
+bool isTree(const fs::path& path) {
+    std::error_code error;
+    return fs::is_directory(path / "hd1", error);
+}
+
+/// Makes a tree beside its place and moves it there, so that one that is there is whole.
+bool make(const std::string& camera, const fs::path& place, std::string& name,
+          std::string& problem) {
+    std::error_code error;
+    fs::create_directories(place.parent_path(), error);
+    std::string beside = place.string() + ".XXXXXX";
+    if (error || mkdtemp(beside.data()) == nullptr) {
+        problem = "no folder for the camera's settings can be made in " +
+                  quoted(place.parent_path().string()) + "; name one with --device";
+        return false;
+    }
+    MadeDevice made;
+    const bool good = makeDeviceFor(camera, beside, made, name, problem);
+    if (good) {
+        fs::rename(beside, place, error);
+    }
+    const bool another = good && error && isTree(place); // another program was faster
+    if (good && error && !another) {
+        problem = quoted(place.string()) + ": " + error.message();
+    }
+    if (!good || error) {
+        std::error_code ignored;
+        fs::remove_all(beside, ignored);
+        name.clear();
+    }
+    return (good && !error) || another;
+}
+
+/// Where it is kept which camera was last given by a name.
+fs::path memoryOf(const std::string& given) {
+    return stateFolder() / "last-by-name" / fileNameOf(given);
+}
+
+bool treeOfCamera(const std::string& given, CameraTree& tree, std::string& problem) {
+    const std::string meant = cameraMeant(given);
+    v4l2::CameraInfo camera;
+    if (!v4l2::findCamera(meant, v4l2::Places(), camera, problem)) {
+        const fs::path place = stateFolder() / meant;
+        tree.path = place.string();
+        return meant.find('/') == std::string::npos && isTree(place);
+    }
+    const fs::path place = stateFolder() / camera.identity;
+    if (!isTree(place) && !make(meant, place, tree.madeFor, problem)) {
+        return false;
+    }
+    tree.path = place.string();
+    const fs::path memory = memoryOf(given);
+    const fs::path target = fs::path("..") / camera.identity;
+    std::error_code error;
+    if (fs::read_symlink(memory, error) != target) {
+        // Where it cannot be remembered the camera must be there at the start.
+        fs::create_directories(memory.parent_path(), error);
+        fs::remove(memory, error);
+        fs::create_symlink(target, memory, error);
+    }
+    return true;
+}
+
+} // namespace
+
+std::vector<v4l2::CameraInfo> linuxCameras() {
+    return v4l2::listCameras();
+}
+
+bool makeDeviceFor(const std::string& camera, const std::string& directory, MadeDevice& made,
+                   std::string& name, std::string& problem) {
+    const auto layer = v4l2::openV4l2(camera, v4l2::Options(), problem);
+    if (layer == nullptr) {
+        return false;
+    }
+    name = layer->device();
+    return makeDevice(*layer, directory, made, problem);
+}
+
+bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& problem) {
+    tree = CameraTree();
+    tree.path = options.device;
+    if (!tree.path.empty()) {
+        return true;
+    }
+    const std::string camera = deviceOfLayer(options.layer);
+    const char* chosen = std::getenv("IMGCTL_DEVICE");
+    if (camera.empty() || (chosen != nullptr && chosen[0] != '\0')) {
+        tree.path = defaultDeviceTree();
+        return true;
+    }
+    return treeOfCamera(camera, tree, problem);
+}
+
+std::string cameraMeant(const std::string& given) {
+    v4l2::CameraInfo camera;
+    std::string problem;
+    if (v4l2::findCamera(given, v4l2::Places(), camera, problem)) {
+        return given;
+    }
+    std::error_code error;
+    const std::string last = fs::read_symlink(memoryOf(given), error).filename().string();
+    return error || last.empty() ? given : last;
+}
+
+std::string nodeOfLayer(const std::string& layer) {
+    const std::string given = deviceOfLayer(layer);
+    v4l2::CameraInfo camera;
+    std::string problem;
+    const bool there =
+        !given.empty() && v4l2::findCamera(cameraMeant(given), v4l2::Places(), camera, problem);
+    return there ? camera.node : std::string();
+}
+
+} // namespace host

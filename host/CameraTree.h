@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Cameras.h"
+#include "host/CameraOptions.h"
+#include "host/MakeDevice.h"
+
+namespace host {
+
+/// The Linux cameras of this machine. Opens each for a moment.
+std::vector<image_adjust::v4l2::CameraInfo> linuxCameras();
+
+/// Makes a device tree for a Linux camera, see makeDevice().
+/// @param camera   a node, a link to one, or an identity
+/// @param name     receives the camera's, for people
+/// @param problem  receives what is wrong
+bool makeDeviceFor(const std::string& camera, const std::string& directory, MadeDevice& made,
+                   std::string& name, std::string& problem);
+
+/// Where a camera's settings are kept.
+struct CameraTree {
+    std::string path;
+    std::string madeFor; ///< the camera's name, where the tree was made by this call; else empty
+};
+
+/// The device tree that the options ask for: the one that they name, else defaultDeviceTree(). A
+/// Linux camera without either has one of its own in the user's state folder, by its identity, so
+/// that it finds its settings again at whichever node it is; where there is none it is made.
+///
+/// The folder also remembers which camera was last given by which name, so that one that is away,
+/// or at another node now, is known.
+/// @param problem  receives what is wrong and what to do
+/// @return false: there is none
+bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& problem);
+
+/// The camera that a name means: the one that has it now, else the one that had it last, by its
+/// identity. @return the name itself where nothing is known of it
+std::string cameraMeant(const std::string& given);
+
+/// The node of a layer's camera as it is now: "/dev/video0"; empty for a layer without one, and for
+/// a camera that is not there.
+std::string nodeOfLayer(const std::string& layer);
+
+} // namespace host

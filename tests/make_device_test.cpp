@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+#include <tinyxml.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "FakeDriver.h"
+#include "ImageAdjust.h"
+#include "ModuleConfigureParser.h"
+#include "SystemInfoParser.h"
+#include "host/MakeDevice.h"
+
+namespace fs = std::filesystem;
+namespace v4l2 = image_adjust::v4l2;
+using image_adjust::Layer;
+
+namespace {
+
+/// A device tree that was made for the fake driver's camera.
+class MakeDevice : public testing::Test {
+protected:
+    MakeDevice() : m_root(fs::temp_directory_path() / "imgctl-made.XXXXXX") {
+        std::string name = m_root.string();
+        EXPECT_NE(nullptr, mkdtemp(name.data()));
+        m_root = fs::path(name) / "tree";
+        std::string problem;
+        m_layer = v4l2::openV4l2(m_driver.node(), m_driver.options(), problem);
+        make();
+    }
+    ~MakeDevice() override { fs::remove_all(m_root.parent_path()); }
+
+    void make() {
+        std::string problem;
+        EXPECT_TRUE(host::makeDevice(*m_layer, m_root.string(), m_made, problem)) << problem;
+    }
+
+    std::string path(const std::string& file) const { return (m_root / file).string(); }
+
+    std::string text(const std::string& file) const {
+        std::stringstream text;
+        text << std::ifstream(path(file)).rdbuf();
+        return text.str();
+    }
+
+    FakeDriver m_driver;
+    fs::path m_root;
+    std::unique_ptr<Layer> m_layer;
+    host::MadeDevice m_made;
+};
+
+const char style[] = "hd1/moduleConfig/sensorConfig/style/Style.xml";
+const char german[] = "hd1/moduleConfig/sensorConfig/language/2/language.xml";
+
+unsigned int commandOf(int key) {
+    return key == 2497              ? 2464
+           : key == 17 || key == 18 ? static_cast<unsigned>(key) + 66
+                                    : static_cast<unsigned>(key);
+}
+
+TEST_F(MakeDevice, OffersWhatTheCameraHasAndNothingElse) {
+    TiXmlDocument document(path(style));
+    ASSERT_TRUE(document.LoadFile(TIXML_ENCODING_UTF8)) << document.ErrorDesc();
+    int controls = 0;
+    for (TiXmlElement* tab = document.RootElement()->FirstChildElement(); tab != nullptr;
+         tab = tab->NextSiblingElement()) {
+        EXPECT_NE(nullptr, tab->FirstChildElement()) << tab->Attribute("key");
+        for (TiXmlElement* control = tab->FirstChildElement(); control != nullptr;
+             control = control->NextSiblingElement()) {
+            int key = 0;
+            ASSERT_EQ(TIXML_SUCCESS, control->QueryIntAttribute("id", &key));
+            if (key >= 8000) {
+                continue;
+            }
+            ++controls;
+            ia_dynamic_params_attr_st range = {};
+            ASSERT_EQ(0, m_layer->ioctl(commandOf(key), IA_CMD_OPT_GET_PARAM_RNAGE, &range)) << key;
+            if (control->ValueStr() == "button") {
+                EXPECT_EQ(nullptr, control->Attribute("value"));
+                continue;
+            }
+            int value = 0;
+            ASSERT_EQ(TIXML_SUCCESS, control->QueryIntAttribute("value", &value)) << key;
+            int taken = value;
+            EXPECT_EQ(0, m_layer->ioctl(commandOf(key), IA_CMD_OPT_CORRECT_PARAM, &taken)) << key;
+            EXPECT_EQ(value, taken) << key;
+            int max = range.max_value;
+            control->QueryIntAttribute("max", &max);
+            EXPECT_EQ(range.max_value, max) << key;
+        }
+    }
+    EXPECT_EQ(m_made.controls, controls);
+    for (const unsigned int cmd : {34U, 50U, 128U, 130U, 768U, 1536U, 1552U, 1569U, 2384U, 2385U}) {
+        EXPECT_NE(std::string::npos, text(style).find("id=\"" + std::to_string(cmd) + "\"")) << cmd;
+    }
+    // Names that the languages know; what is automatic here is called so.
+    EXPECT_NE(std::string::npos, text(style).find("<item index=\"3\" name=\"automatic\""));
+    EXPECT_EQ(std::string::npos, text(style).find("infrared"));
+    EXPECT_EQ(std::string::npos, text(german).find("id=\"2400\""));
+}
+
+TEST_F(MakeDevice, IsReadByTheCamera) {
+    std::vector<ModuleConfigure> modules;
+    MachineInfo machine;
+    ASSERT_TRUE(SystemInfoParser::parseMachineInfo(
+        path("mnt/mtd/code/factory_setting/machineinfo.ini"), machine));
+    EXPECT_EQ("Fake <Cam> & \"more\"", machine.getModelName());
+    ASSERT_TRUE(ModuleConfigureParser::parse(path("hd1/moduleConfig/moduleConfig.xml"), "1",
+                                             machine.getModelName(), modules));
+    ASSERT_EQ(1U, modules.size());
+    EXPECT_EQ("(max_scheme=4)(isInfrared=0)(lensType=motor)(hasWdr=0)", modules[0].getDetail());
+}
+
+TEST_F(MakeDevice, KeepsTextsThatSomebodyChanged) {
+    std::string changed = text(german);
+    const std::size_t at = changed.find("Helligkeit");
+    ASSERT_NE(std::string::npos, at);
+    changed.replace(at, 10, "Wie hell");
+    const std::size_t missing = changed.find("<text id=\"2353\"");
+    ASSERT_NE(std::string::npos, missing);
+    changed.erase(missing, changed.find("</text>", missing) + 7 - missing);
+    std::ofstream(path(german)) << changed;
+    std::ofstream(path(style)) << "<broken";
+    std::ofstream(path("hd1/moduleConfig/moduleConfig.xml")) << "mine";
+    make();
+    EXPECT_NE(std::string::npos, text(german).find("Wie hell"));
+    EXPECT_NE(std::string::npos, text(german).find("<text id=\"2353\""));
+    EXPECT_NE(std::string::npos, text(style).find("brightness"));
+    EXPECT_EQ("mine", text("hd1/moduleConfig/moduleConfig.xml"));
+    const std::vector<std::string> expected = {style, german};
+    EXPECT_EQ(expected, m_made.written);
+    // A folder that cannot be is said.
+    std::string problem;
+    EXPECT_FALSE(host::makeDevice(*m_layer, path(style), m_made, problem));
+    EXPECT_NE("", problem);
+}
+
+} // namespace
