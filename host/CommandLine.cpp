@@ -39,6 +39,21 @@ bool readSpeed(const std::string& value, double& speed) {
            speed <= 1e6;
 }
 
+bool readPicture(const std::string& value, CameraOptions& options) {
+    constexpr int kMost = 16384;
+    const std::size_t times = value.find('x');
+    const std::size_t colon = value.find(':');
+    if (times == std::string::npos || colon < times) {
+        return false;
+    }
+    options.pictureFormat = colon == std::string::npos ? "" : value.substr(colon + 1);
+    const bool known = colon == std::string::npos || options.pictureFormat == "mjpeg" ||
+                       options.pictureFormat == "yuyv" || options.pictureFormat == "grey";
+    return known && readIntWithin(value.substr(0, times), 16, kMost, options.pictureWidth) &&
+           readIntWithin(value.substr(times + 1, colon - times - 1), 16, kMost,
+                         options.pictureHeight);
+}
+
 const CommandLineOption* findOption(const std::vector<CommandLineOption>& options,
                                     const std::string& name) {
     for (const CommandLineOption& option : options) {
@@ -112,13 +127,15 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
     CameraArguments* const to = &arguments;
     return {
         {"--device", "DIR", "a folder",
-         "device tree (default: $IMGCTL_DEVICE, else device-root beside me)",
+         "device tree (default: $IMGCTL_DEVICE, else device-root beside me; of a Linux camera one "
+         "that is made in the user's state folder)",
          [to](const std::string& value) {
              to->camera.device = value;
              return !value.empty();
          }},
         {"--layer", "LAYER", "simulator, v4l2:/dev/videoN or so:FILE",
-         "the image-adjust layer (default: simulator)",
+         "the image-adjust layer (default: simulator); 'imgctl cameras' lists those of this "
+         "machine",
          [to](const std::string& value) {
              to->camera.layer = value;
              return !value.empty();
@@ -150,6 +167,18 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
          }},
         {"--speed", "N", "above 0, at most 1000000", "the clock runs N times as fast",
          [to](const std::string& value) { return readSpeed(value, to->camera.speed); }},
+        {"--others", "WHAT", "undo, keep",
+         "changes by other programs: the scheme wins back (undo, default), or they hold until the "
+         "next switch",
+         [to](const std::string& value) {
+             to->camera.schemeWinsBack = value == "undo";
+             return value == "undo" || value == "keep";
+         }},
+        {"--picture", "WxH[:FORMAT]", "such as 1280x720, and one of mjpeg, yuyv, grey",
+         "size and format of a Linux camera's pictures (default: as the viewer wants)",
+         [to](const std::string& value) { return readPicture(value, to->camera); }},
+        {"--no-day-night", "", "", "a Linux camera's picture does not decide between day and night",
+         [to](const std::string&) { return !(to->camera.dayNightByPicture = false); }},
         {"--trace", "FILE", "a file",
          "write a line for every call of the layer and the video module",
          [to](const std::string& value) {
