@@ -173,6 +173,7 @@ void Camera::Core::handle(const NameScheme& operation, Work& work) {
 
 void Camera::Core::handle(const Reload& /*operation*/, Work& work) {
     const ScheduleHold hold(*this);
+    work.outcome.scheme = m_scheme;
     if (m_trial) {
         endTrial("the saved values came back", work.origin);
     }

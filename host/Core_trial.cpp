@@ -51,6 +51,7 @@ void Camera::Core::handle(const KeepTrial& /*operation*/, Work& work) {
         return;
     }
     const ScheduleHold hold(*this);
+    work.outcome.scheme = m_scheme;
     if (!m_trial) {
         refuse(work, Reason::Nothing, "the scheme has just changed; the trial is over");
         return;

@@ -459,6 +459,7 @@ void Camera::Core::handle(const ReadKeys& operation, Work& work) {
 
 void Camera::Core::handle(const CorrectScheme& /*operation*/, Work& work) {
     const ScheduleHold hold(*this);
+    work.outcome.scheme = m_scheme;
     m_memory.refresh(*m_controller, m_scheme);
     const SchemeMemory::Values before = m_memory.values(m_scheme);
     m_controller->getAllParameters(work.outcome.text);
