@@ -13,8 +13,9 @@ constexpr std::size_t kDeepest = 16;
 /// Builds a value while it is read, and stops at the first thing that is not taken.
 class Builder : public nlohmann::json_sax<Json> {
 public:
+    explicit Builder(Json& result) : m_result(result) {}
+
     std::string problem;
-    Json result;
 
     bool null() override { return add(nullptr); }
     bool boolean(bool value) override { return add(value); }
@@ -72,8 +73,8 @@ private:
     template <typename Value>
     Json& place(Value&& value) {
         if (m_open.empty()) {
-            result = std::forward<Value>(value);
-            return result;
+            m_result = std::forward<Value>(value);
+            return m_result;
         }
         Json& parent = *m_open.back();
         if (parent.is_array()) {
@@ -97,6 +98,7 @@ private:
         return true;
     }
 
+    Json& m_result;
     std::vector<Json*> m_open; // a container is complete before its parent grows again
     std::vector<std::set<std::string>> m_names;
     std::string m_name;
@@ -105,12 +107,13 @@ private:
 } // namespace
 
 Json parse(const std::string& text, std::string& problem) {
-    Builder builder;
+    Json result;
+    Builder builder(result);
     if (!Json::sax_parse(text, &builder)) {
         problem = builder.problem;
         return Json(Json::value_t::discarded);
     }
-    return std::move(builder.result);
+    return result;
 }
 
 std::string text(const Json& json) {
