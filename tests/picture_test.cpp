@@ -2,6 +2,7 @@
 #include <tinyxml.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <functional>
@@ -511,8 +512,12 @@ TEST(Picture, ComesFromTheSensorAsItIsOrAsAnotherSchemeWouldSetIt) {
         EXPECT_EQ(picture.height, down);
         return luma;
     };
+    const auto began = std::chrono::steady_clock::now();
     const double plain = shown();
-    EXPECT_EQ(PictureSource::Result::None, source.next(0, picture, problem)) << "not yet due";
+    const PictureSource::Result next = source.next(0, picture, problem);
+    if (std::chrono::steady_clock::now() - began < std::chrono::seconds(1)) {
+        EXPECT_EQ(PictureSource::Result::None, next) << "not yet due";
+    }
     PictureRenderer renderer(width);
     const SensorState state = sensorState();
     EXPECT_NEAR(plain, mean(renderer.draw(PictureSettings(state), state.world, 0), whole), 3);

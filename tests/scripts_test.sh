@@ -6,7 +6,10 @@ work=$(mktemp -d) && trap 'rm -rf "$work"' EXIT
 fail() { failures=$((failures + 1)); echo "$*" >&2; }
 
 # A test preset takes no option over from what its folder was used for before.
-presets=$(sed -n "s/.*presets='\(.*\)'.*/\1/p" "$source/test")
+presets=
+for stage in $(sed -n "s/^budgets='\(.*\)'/\1/p" "$source/test"); do
+    ! grep -q "\"name\": \"${stage%:*}\"" "$source/CMakePresets.json" || presets="$presets ${stage%:*}"
+done
 options=$(cd "$source" && sed -En 's/^ *(option|set)\((IMGCTL_\w+).*/\2/p' CMakeLists.txt ./*/CMakeLists.txt \
     ./*/*/CMakeLists.txt | sort -u)
 [ -n "$presets" ] && [ -n "$options" ] || fail 'no presets or no options found'
