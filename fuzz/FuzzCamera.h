@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "ISensorController.h"
-#include "SensorConfig.h"
 #include "SensorFile.h"
 #include "SensorKeyVal.h"
 

@@ -1,4 +1,5 @@
 #include "FuzzCamera.h"
+#include "SensorConfig.h"
 
 /// Machine information and module detail, through the configuration and a start.
 void tryInput(const std::string& input) {

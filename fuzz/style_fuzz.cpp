@@ -2,6 +2,8 @@
 #include <cstring>
 
 #include "FuzzCamera.h"
+#include "SensorModuleConfig.h"
+#include "SensorWdrFlag.h"
 
 /// Style, rules and detail: merged, pruned for the sensor, read as factory values.
 void tryInput(const std::string& input) {

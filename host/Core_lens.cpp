@@ -1,7 +1,5 @@
 #include "host/Core.h"
 
-#include "SensorConfig.h"
-
 namespace host {
 namespace {
 

@@ -2,7 +2,6 @@
 
 #include "DeviceType.h"
 #include "LinuxFramework.h"
-#include "SensorConfig.h"
 #include "host/SchemeFiles.h"
 
 namespace host {

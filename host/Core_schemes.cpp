@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "SensorConfig.h"
 #include "host/Exchange.h"
 #include "host/SavedFor.h"
 #include "host/SchemeFiles.h"

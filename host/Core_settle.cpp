@@ -6,7 +6,7 @@
 #include "ImageAdjustRecords.h"
 #include "LinuxFramework.h"
 #include "Recording.h"
-#include "SensorConfig.h"
+#include "SensorWdrFlag.h"
 
 namespace host {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "ImageAdjustRecords.h"
 #include "Recording.h"
-#include "SensorConfig.h"
+#include "SensorWdrFlag.h"
 #include "host/Sentences.h"
 
 namespace host {

@@ -312,7 +312,7 @@ public:
     /// Tells the video module. @return its answer; 0 without a module. [no lock]
     int notifyToVideo(int p_nKey, int p_nValue);
 
-    /// Calls setshowWDRFalg (see SensorConfig.h). [no lock]
+    /// Calls setshowWDRFalg (see SensorWdrFlag.h). [no lock]
     void setShowWDRFalg(bool p_bShow);
 
     /// Does nothing. [no lock]

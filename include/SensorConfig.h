@@ -1,8 +1,7 @@
 #pragma once
 
-#include <atomic>
-
 #include "ImgctlExport.h"
+#include "SensorModuleConfig.h"
 #include "SensorTypes.h"
 
 class ModuleConfigure;
@@ -20,15 +19,6 @@ enum {
 #define TYPE(symbol, number, name) DEVICE_TYPE_##symbol = (number),
     SENSOR_DEVICE_TYPES(TYPE)
 #undef TYPE
-};
-
-/// The copy of the host's module configuration. All texts are NUL-terminated.
-struct ModuleConfig {
-    u32 nModuleId;
-    char szLabel[32];
-    char szShortLabel[10];
-    char szParameters[256];
-    char szDetail[512]; ///< parenthesised fields such as (max_scheme=4)(isInfrared=1)
 };
 
 /// The user-interface texts of one language. The texts are allocated with malloc by whoever fills
@@ -71,11 +61,3 @@ IMGCTL_API int initSysConf(const ModuleConfigure& moduleCfg, SysConfig* p_stSysC
 /// Frees the texts that the record owns (the style, and the texts of the table's entries) and sets
 /// their pointers to null. The table and the numbers stay. Safe to call twice, and with null.
 IMGCTL_API void uinitSysConf(SysConfig* p_stSysConf);
-
-/// Whether the wide-dynamic-range mode may be applied; true at process start. Controller start-up
-/// sets it true, then false when a video stream runs at 50 or 60 frames per second.
-extern IMGCTL_API std::atomic<bool> g_bShowWDRFalg;
-
-/// Set and read g_bShowWDRFalg. Any thread may call.
-IMGCTL_API void setshowWDRFalg(bool p_bShow);
-IMGCTL_API bool getshowWDRFalg();

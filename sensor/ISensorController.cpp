@@ -16,6 +16,7 @@
 #include "SensorConfig.h"
 #include "SensorFile.h"
 #include "SensorReport.h"
+#include "SensorWdrFlag.h"
 #include "SySystem.h"
 #include "SystemInfoParser.h"
 #include "VideoStreamModule.h"

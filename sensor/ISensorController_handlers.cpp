@@ -2,8 +2,8 @@
 
 #include "ImageAdjust.h"
 #include "KeyValAccess.h"
-#include "SensorConfig.h"
 #include "SensorReport.h"
+#include "SensorWdrFlag.h"
 #include "VideoStreamModule.h"
 
 namespace {

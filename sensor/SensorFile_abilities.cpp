@@ -7,9 +7,9 @@
 #include <string>
 
 #include "ImageAdjust.h"
-#include "SensorConfig.h"
-#include "SensorFile_prune.h"
+#include "SensorFile_abilities.h"
 #include "SensorReport.h"
+#include "SensorWdrFlag.h"
 #include "SensorXml.h"
 
 namespace {

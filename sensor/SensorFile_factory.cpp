@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "SensorFile_prune.h"
+#include "SensorFile_abilities.h"
 #include "SensorReport.h"
 #include "SensorXml.h"
 

@@ -10,7 +10,7 @@
 
 #include "DKFile.h"
 #include "DetailField.h"
-#include "SensorConfig.h"
+#include "SensorModuleConfig.h"
 #include "SensorReport.h"
 #include "SensorXml.h"
 

@@ -8,9 +8,9 @@
 #include "Camera.h"
 #include "CountingNew.h"
 #include "ImageAdjust.h"
-#include "SensorConfig.h"
 #include "SensorFile.h"
 #include "SensorKeyTable.h"
+#include "SensorWdrFlag.h"
 
 namespace {
 

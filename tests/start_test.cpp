@@ -15,6 +15,7 @@
 #include "ImageAdjust.h"
 #include "SensorConfig.h"
 #include "SensorFile.h"
+#include "SensorWdrFlag.h"
 
 namespace {
 

@@ -10,8 +10,9 @@
 
 #include "Camera.h"
 #include "ImageAdjust.h"
-#include "SensorConfig.h"
 #include "SensorFile.h"
+#include "SensorModuleConfig.h"
+#include "SensorWdrFlag.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "AVStreamParam.h"
 #include "ISensorController.h"
 #include "ModuleConfigure.h"
-#include "SensorConfig.h"
+#include "SensorWdrFlag.h"
 #include "VideoStreamModule.h"
 
 namespace {

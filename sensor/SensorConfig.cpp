@@ -17,7 +17,6 @@
 #include "SystemInfoParser.h"
 
 SysConfig g_stSysConf;
-std::atomic<bool> g_bShowWDRFalg{true};
 
 namespace {
 
@@ -146,12 +145,4 @@ void uinitSysConf(SysConfig* p_stSysConf) {
     }
     free(p_stSysConf->szUIStyle);
     p_stSysConf->szUIStyle = nullptr;
-}
-
-void setshowWDRFalg(bool p_bShow) {
-    g_bShowWDRFalg = p_bShow;
-}
-
-bool getshowWDRFalg() {
-    return g_bShowWDRFalg;
 }
