@@ -85,9 +85,9 @@ BenchCamera::BenchCamera(size_t nStyleBytes, int nSchemes) {
     module.setDetail("(max_scheme=" + std::to_string(nSchemes) + ")(lens=motor)");
     const auto first = makeController();
     first->init(module); // makes the map, whose keys the style gets
-    write(kBenchStyle, styleText(nStyleBytes));
-    write("/hd1/moduleConfig/sensorConfig/styleDiversity/StyleDiversity.xml", rulesText());
-    write("/mnt/mtd/code/config_file/snsversion.cfg", "none"); // lets the scheme files be made anew
+    write(g_strBenchStyle, styleText(nStyleBytes));
+    write(std::string(sensor_paths::kStyleRules) + "/StyleDiversity.xml", rulesText());
+    write(sensor_paths::kVersionFile, "none"); // lets the scheme files be made anew
     first->init(module);
     first->uinit();
 }

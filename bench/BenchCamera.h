@@ -6,6 +6,7 @@
 
 #include "ISensorController.h"
 #include "ModuleConfigure.h"
+#include "SensorPaths.h"
 
 /// How often the image-adjust layer was called. It takes everything and does nothing.
 extern unsigned long g_nLayerCalls;
@@ -37,6 +38,5 @@ private:
     std::string m_root;
 };
 
-constexpr char kBenchStyle[] = "/hd1/moduleConfig/sensorConfig/style/Style.xml";
-constexpr char kSignFile[] = "/mnt/mtd/sign/Debug.sign";
-constexpr char kSchemeFile[] = "/mnt/mtd/code/config_file/sensor0.cfg";
+/// The style that a BenchCamera starts with.
+inline const std::string g_strBenchStyle = std::string(sensor_paths::kStyles) + "/Style.xml";

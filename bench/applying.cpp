@@ -153,7 +153,7 @@ void measureApplying() {
     const auto applyChanged = [&] {
         controller.setParameters(lists[++round & 1].data(), kRecords, true);
     };
-    const auto checkSign = [] { sy_access(kSignFile, F_OK); };
+    const auto checkSign = [] { sy_access(sensor_paths::kSignFile, F_OK); };
     Floor floor(checkSign);
 
     applyChanged();
@@ -174,8 +174,8 @@ void measureApplying() {
     row("2", "  calls: layer/exists/other system/heap", unchanged, none, "equal",
         unchanged == none);
 
-    camera.write(kSignFile, "1\n0\n");
-    const std::string hostSign = camera.path(kSignFile);
+    camera.write(sensor_paths::kSignFile, "1\n0\n");
+    const std::string hostSign = camera.path(sensor_paths::kSignFile);
     const auto readAll = [&] {
         for (unsigned long i = 0; i < reports; ++i)
             readSign(hostSign.c_str());

@@ -21,7 +21,7 @@ std::string bytes(long count) {
 
 void load(const BenchCamera& camera) {
     TiXmlDocument style;
-    style.LoadFile(camera.path(kBenchStyle).c_str());
+    style.LoadFile(camera.path(g_strBenchStyle).c_str());
 }
 
 bool doSwitch(int schemes) {
@@ -47,7 +47,7 @@ bool doWork(const std::string& name) {
     if (name == "load") {
         BenchCamera camera(kStyle);
         TiXmlDocument style;
-        measuredWork([&] { style.LoadFile(camera.path(kBenchStyle).c_str()); });
+        measuredWork([&] { style.LoadFile(camera.path(g_strBenchStyle).c_str()); });
         return true;
     }
     return name == "start"        ? doStart(kStyle)
@@ -108,7 +108,7 @@ void measureFlushing() {
     BenchCamera camera;
     camera.start();
     camera.controller->flush();
-    const std::string file = camera.path(kSchemeFile);
+    const std::string file = camera.path(sensor_paths::SchemeFile(0).text);
     for (const bool changed : {false, true}) {
         struct stat before {};
         struct stat after {};

@@ -19,7 +19,7 @@ struct Flash {
                               std::filesystem::copy_options::recursive);
         linux_framework::setDeviceRoot(root);
         // Of the version that is now, or every start would run a shell to remove scheme files.
-        writeFile("/mnt/mtd/code/config_file/snsversion.cfg", std::string("\x08\0\0\0", 4));
+        writeFile(sensor_paths::kVersionFile, std::string("\x08\0\0\0", 4));
         startCamera(""); // restricts commands for all targets
     }
     ~Flash() { std::filesystem::remove_all(root); }

@@ -7,6 +7,7 @@
 #include "ISensorController.h"
 #include "SensorFile.h"
 #include "SensorKeyVal.h"
+#include "SensorPaths.h"
 
 /// What a fuzzer and the replay call: sees to a flash in a temporary folder, then tries the input.
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size);

@@ -4,7 +4,7 @@
 /// Machine information and module detail, through the configuration and a start.
 void tryInput(const std::string& input) {
     const std::vector<std::string> text = texts(input, 2);
-    writeFile("/mnt/mtd/code/factory_setting/machineinfo.ini", text[0]);
+    writeFile(sensor_paths::kMachineInfo, text[0]);
     const auto controller = startCamera(text[1]);
     const std::string kept = g_stSysConf.moduleConfig.szDetail;
     require(

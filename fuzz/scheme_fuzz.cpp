@@ -14,8 +14,8 @@ void tryInput(const std::string& input) {
         expected.push_back(KeyVal{key, 0});
         style += "<control id=\"" + std::to_string(key) + "\" value=\"0\"/>";
     }
-    writeFile("/hd1/moduleConfig/sensorConfig/style/Style.xml", style + "</style>");
-    writeFile("/mnt/mtd/code/config_file/sensor0.cfg", input);
+    writeFile(std::string(sensor_paths::kStyles) + "/Style.xml", style + "</style>");
+    writeFile(sensor_paths::SchemeFile(0).text, input);
     const auto controller = startCamera("(max_scheme=1)");
     controller->setParamScheme(1);
     controller->setParamScheme(0);

@@ -3,7 +3,7 @@
 
 /// The sign file. Nothing reports here: a report may be told to end the process.
 void tryInput(const std::string& input) {
-    writeFile("/mnt/mtd/sign/Debug.sign", input);
+    writeFile(sensor_paths::kSignFile, input);
     updateDebugLevel();
     const int level = g_nDebugLevel.exchange(12345);
     const bool ends = g_bEnAssert.exchange(true);

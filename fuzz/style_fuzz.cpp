@@ -7,7 +7,7 @@
 
 /// Style, rules and detail: merged, pruned for the sensor, read as factory values.
 void tryInput(const std::string& input) {
-    writeFile("/mnt/mtd/sign/Debug.sign", "7\n0\n"); // every report is formatted
+    writeFile(sensor_paths::kSignFile, "7\n0\n"); // every report is formatted
     std::vector<std::string> text = texts(input, 3);
     ModuleConfig config = {};
     strncpy(config.szDetail, text[2].c_str(), sizeof config.szDetail - 1);

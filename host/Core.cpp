@@ -10,6 +10,7 @@
 #include "ModuleConfigure.h"
 #include "ModuleConfigureParser.h"
 #include "SensorConfig.h"
+#include "SensorPaths.h"
 #include "SystemInfoParser.h"
 #include "host/CameraTree.h"
 #include "host/DeviceTree.h"
@@ -21,7 +22,6 @@
 namespace host {
 namespace {
 
-const char kModuleList[] = "/hd1/moduleConfig/moduleConfig.xml";
 constexpr int kRetryAfter = 1; ///< seconds, for whom the queue was full
 
 using Microseconds = std::chrono::microseconds;
@@ -43,11 +43,11 @@ StartProblem failed(StartProblem::Kind kind, std::string text) {
 /// starts all the same.
 ModuleConfigure moduleOf(const CameraOptions& options, int& deviceType) {
     MachineInfo machine;
-    SystemInfoParser::parseMachineInfo(kMachineInfo, machine);
+    SystemInfoParser::parseMachineInfo(sensor_paths::kMachineInfo, machine);
     deviceType = options.deviceType.value_or(machine.getDeviceType());
     std::vector<ModuleConfigure> modules;
-    ModuleConfigureParser::parse(kModuleList, std::to_string(deviceType), machine.getModelName(),
-                                 modules);
+    ModuleConfigureParser::parse(sensor_paths::kModuleList, std::to_string(deviceType),
+                                 machine.getModelName(), modules);
     ModuleConfigure module;
     if (!modules.empty()) {
         module = modules.front();

@@ -9,20 +9,14 @@
 
 #include "DKFile.h"
 #include "LinuxFramework.h"
+#include "SensorPaths.h"
 #include "host/Text.h"
 
 namespace host {
 
-const char kMachineInfo[] = "/mnt/mtd/code/factory_setting/machineinfo.ini";
-
 namespace {
 
-const char kSignFile[] = "/mnt/mtd/sign/Debug.sign";
-
 constexpr char kBefore[] = ".before";
-
-const char* const kFolders[] = {"/mnt/mtd/code/config_file", "/mnt/mtd/code/factory_setting",
-                                "/mnt/mtd/sign", "/mnt/mtd/log", "/tmp"};
 
 bool isDeviceTypeLine(const std::string& line) {
     const std::size_t equals = line.find('=');
@@ -58,7 +52,7 @@ bool openDeviceTree(const std::string& directory, std::string& problem) {
         problem = "device tree " + quoted(directory) + ": the path is too long";
         return false;
     }
-    for (const char* folder : kFolders) {
+    for (const char* folder : sensor_paths::kFolders) {
         // What cannot be made here is reported when something is to be written there.
         std::filesystem::create_directories(root / (folder + 1), error);
     }
@@ -92,11 +86,12 @@ bool writeDeviceFile(const std::string& path, const std::string& text, std::stri
 }
 
 bool writeSignFile(int level, bool abort, std::string& problem) {
-    return writeDeviceFile(kSignFile, std::to_string(level) + (abort ? "\n1\n" : "\n0\n"), problem);
+    return writeDeviceFile(sensor_paths::kSignFile,
+                           std::to_string(level) + (abort ? "\n1\n" : "\n0\n"), problem);
 }
 
 void keepSignFile() {
-    const std::string file = linux_framework::deviceRoot() + std::string(kSignFile);
+    const std::string file = linux_framework::deviceRoot() + std::string(sensor_paths::kSignFile);
     std::error_code error;
     if (std::filesystem::exists(file + kBefore, error)) {
         return; // of a run that could not put it back
@@ -109,7 +104,7 @@ void keepSignFile() {
 }
 
 void restoreSignFile() {
-    const std::string file = linux_framework::deviceRoot() + std::string(kSignFile);
+    const std::string file = linux_framework::deviceRoot() + std::string(sensor_paths::kSignFile);
     std::error_code error;
     const auto size = std::filesystem::file_size(file + kBefore, error);
     if (error) {
@@ -125,7 +120,7 @@ void restoreSignFile() {
 
 bool writeDeviceType(int type, std::string& problem) {
     std::string old;
-    if (!readDeviceFile(kMachineInfo, 65536, old)) {
+    if (!readDeviceFile(sensor_paths::kMachineInfo, 65536, old)) {
         old.clear();
     }
     const std::string entry = "deviceType=" + std::to_string(type) + "\n";
@@ -146,7 +141,7 @@ bool writeDeviceType(int type, std::string& problem) {
     if (!written) {
         text += (text.empty() || text.back() == '\n' ? "" : "\n") + entry;
     }
-    return text == old || writeDeviceFile(kMachineInfo, text, problem);
+    return text == old || writeDeviceFile(sensor_paths::kMachineInfo, text, problem);
 }
 
 } // namespace host

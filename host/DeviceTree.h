@@ -32,7 +32,4 @@ void restoreSignFile();
 /// Writes the device type to the machine information; its other lines stay.
 bool writeDeviceType(int type, std::string& problem);
 
-/// Where the machine information stands on the device.
-extern const char kMachineInfo[];
-
 } // namespace host

@@ -18,6 +18,7 @@
 #include "ImageAdjust.h"
 #include "Layer.h"
 #include "SensorKeyTable.h"
+#include "SensorPaths.h"
 #include "host/DeviceTemplate.h"
 #include "host/Files.h"
 
@@ -37,7 +38,6 @@ constexpr int focusPosition = 1552;
 constexpr int zoomPosition = 1568;
 constexpr int lamp = 160;
 
-constexpr char configuration[] = "hd1/moduleConfig/";
 constexpr std::uintmax_t largestText = 1U << 20U;
 
 /// A text of this file alone, in the order of the languages.
@@ -91,35 +91,37 @@ void forEachWithId(TiXmlElement& root, const std::function<void(TiXmlElement&, i
     }
 }
 
+/// A path of the device, from its root.
+std::string inTree(const char* path) {
+    return path + 1;
+}
+
 class Maker {
 public:
     Maker(image_adjust::Layer& layer, const fs::path& root, MadeDevice& made, std::string& problem)
         : m_layer(layer), m_root(root), m_made(made), m_problem(problem) {}
 
     bool make() {
-        for (const char* folder :
-             {"mnt/mtd/code/config_file", "mnt/mtd/code/factory_setting", "mnt/mtd/sign",
-              "mnt/mtd/log", "tmp", "hd1/moduleConfig/sensorConfig/style",
-              "hd1/moduleConfig/sensorConfig/styleDiversity"}) {
+        for (const char* folder : sensor_paths::kFolders) {
             std::error_code error;
-            fs::create_directories(m_root / folder, error);
+            fs::create_directories(m_root / inTree(folder), error);
             if (error) {
-                m_problem = (m_root / folder).string() + ": " + error.message();
+                m_problem = (m_root / inTree(folder)).string() + ": " + error.message();
                 return false;
             }
         }
-        const std::string sensor = std::string(configuration) + "sensorConfig/";
         const std::string style = makeStyle();
         if (m_made.controls == 0) {
             m_problem = m_layer.device() + ": the camera has no control that is known here";
             return false;
         }
-        bool good = write(sensor + "style/Style.xml", style) &&
-                    writeOnce(sensor + "styleDiversity/StyleDiversity.xml", rules()) &&
-                    writeOnce(std::string(configuration) + "moduleConfig.xml", modules()) &&
-                    writeOnce("mnt/mtd/code/factory_setting/machineinfo.ini", machine());
+        bool good = write(inTree(sensor_paths::kStyles) + "/Style.xml", style) &&
+                    writeOnce(inTree(sensor_paths::kStyleRules) + "/StyleDiversity.xml", rules()) &&
+                    writeOnce(inTree(sensor_paths::kModuleList), modules()) &&
+                    writeOnce(inTree(sensor_paths::kMachineInfo), machine());
         for (const device_template::Language& language : device_template::languages) {
-            const std::string folder = sensor + "language/" + std::to_string(language.id) + "/";
+            const std::string folder =
+                inTree(sensor_paths::kLanguages) + "/" + std::to_string(language.id) + "/";
             good = good && writeTexts(folder + "language.xml", language.texts, -1) &&
                    writeTexts(folder + "common.xml", language.common, language.id);
         }

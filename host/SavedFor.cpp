@@ -8,6 +8,7 @@
 
 #include "LinuxFramework.h"
 #include "SensorConfig.h"
+#include "SensorPaths.h"
 #include "host/DeviceTree.h"
 #include "host/SchemeFiles.h"
 #include "host/Text.h"
@@ -16,13 +17,11 @@
 namespace host {
 namespace {
 
-const char kMemory[] = "/mnt/mtd/code/config_file/saved-for.txt";
-const char kSensorConfig[] = "/hd1/moduleConfig/sensorConfig";
 constexpr std::size_t kLongest = 1UL << 20;
 
 std::string styleFile(int deviceType) {
-    return std::string(kSensorConfig) +
-           (deviceType == DEVICE_TYPE_DOME ? "/style/Style_dome.xml" : "/style/Style.xml");
+    return std::string(sensor_paths::kStyles) +
+           (hasDomeStyle(deviceType) ? "/Style_dome.xml" : "/Style.xml");
 }
 
 /// The keys of a style, by which its schemes are laid out; a label or a range may change.
@@ -82,7 +81,8 @@ std::string identityOf(int deviceType, int module, const std::string& detail) {
 
 std::string savedForOther(const std::string& identity) {
     std::string before;
-    if (!readDeviceFile(kMemory, kLongest, before) || before == identity || !anythingSaved()) {
+    if (!readDeviceFile(sensor_paths::kSavedFor, kLongest, before) || before == identity ||
+        !anythingSaved()) {
         return "";
     }
     for (const char* const name : {"device type", "module", "detail", "style"}) {
@@ -98,14 +98,14 @@ std::string savedForOther(const std::string& identity) {
 void rememberSavedFor(const std::string& identity) {
     std::string before;
     std::string problem;
-    if (!readDeviceFile(kMemory, kLongest, before) || before != identity) {
-        writeDeviceFile(kMemory, identity, problem);
+    if (!readDeviceFile(sensor_paths::kSavedFor, kLongest, before) || before != identity) {
+        writeDeviceFile(sensor_paths::kSavedFor, identity, problem);
     }
 }
 
 void forgetSavedFor() {
     std::error_code error;
-    std::filesystem::remove(onHost(kMemory), error);
+    std::filesystem::remove(onHost(sensor_paths::kSavedFor), error);
 }
 
 std::map<int, std::vector<KeyVal>> putSavedAside() {
@@ -125,9 +125,9 @@ std::map<int, std::vector<KeyVal>> putSavedAside() {
 
 std::vector<std::string> treeProblems(int deviceType) {
     std::vector<std::string> problems;
-    check("/hd1/moduleConfig/moduleConfig.xml", problems);
+    check(sensor_paths::kModuleList, problems);
     check(styleFile(deviceType), problems);
-    const std::string languages = std::string(kSensorConfig) + "/language";
+    const std::string languages = sensor_paths::kLanguages;
     std::error_code error;
     for (std::filesystem::directory_iterator entry(onHost(languages), error), end;
          !error && entry != end; entry.increment(error)) {

@@ -9,6 +9,7 @@
 #include "SensorConfig.h"
 #include "SensorFile.h"
 #include "SensorKeys.h"
+#include "SensorPaths.h"
 #include "SySystem.h"
 #include "host/DeviceTree.h"
 #include "host/Text.h"
@@ -16,8 +17,6 @@
 namespace host {
 namespace {
 
-const char kFolder[] = "/mnt/mtd/code/config_file";
-const char kNames[] = "/mnt/mtd/code/config_file/scheme-names.txt";
 constexpr std::size_t kLongestNames = 65536;
 constexpr std::size_t kLongestFile = 65536;
 
@@ -31,7 +30,7 @@ Refusal refused(Reason reason, std::string detail) {
 } // namespace
 
 std::string schemeFile(int scheme) {
-    return std::string(kFolder) + "/sensor" + std::to_string(scheme) + ".cfg";
+    return sensor_paths::SchemeFile(static_cast<u32>(scheme)).text;
 }
 
 std::vector<KeyVal> factoryValues() {
@@ -71,7 +70,8 @@ Refusal saveValues(int scheme, std::vector<KeyVal> records) {
 std::string storageProblem() {
     char folder[4096];
     struct statvfs about {};
-    if (!linux_framework::hostPath(kFolder, folder, sizeof folder) || access(folder, F_OK) != 0) {
+    if (!linux_framework::hostPath(sensor_paths::kSavedFolder, folder, sizeof folder) ||
+        access(folder, F_OK) != 0) {
         return "the folder of the saved schemes is missing";
     }
     if (statvfs(folder, &about) == 0) {
@@ -132,7 +132,7 @@ Refusal windowRefusal(int fault) {
 std::map<int, std::string> schemeNames() {
     std::map<int, std::string> names;
     std::string text;
-    if (!readDeviceFile(kNames, kLongestNames, text)) {
+    if (!readDeviceFile(sensor_paths::kSchemeNames, kLongestNames, text)) {
         return names;
     }
     for (std::size_t position = 0; position < text.size();) {
@@ -156,8 +156,8 @@ Refusal saveSchemeNames(const std::map<int, std::string>& names) {
     }
     std::string problem;
     std::string kept;
-    if (writeDeviceFile(kNames, text, problem) && readDeviceFile(kNames, kLongestNames, kept) &&
-        kept == text) {
+    if (writeDeviceFile(sensor_paths::kSchemeNames, text, problem) &&
+        readDeviceFile(sensor_paths::kSchemeNames, kLongestNames, kept) && kept == text) {
         return {};
     }
     return refused(Reason::Storage, storageProblem());

@@ -10,13 +10,13 @@
 #include <system_error>
 
 #include "LinuxFramework.h"
+#include "SensorPaths.h"
 #include "host/DeviceTree.h"
 #include "host/Text.h"
 
 namespace host {
 namespace {
 
-const char kLanguages[] = "/hd1/moduleConfig/sensorConfig/language";
 constexpr std::size_t kLongestText = 1UL << 20;
 
 /// @return the text of a file of the device, allocated with malloc; null when there is none
@@ -29,7 +29,7 @@ std::vector<int> languageIds() {
     std::vector<int> ids;
     char folder[PATH_MAX];
     std::error_code error;
-    if (!linux_framework::hostPath(kLanguages, folder, sizeof folder)) {
+    if (!linux_framework::hostPath(sensor_paths::kLanguages, folder, sizeof folder)) {
         return ids;
     }
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
@@ -53,7 +53,7 @@ UiTexts::~UiTexts() {
 void UiTexts::provide() {
     withdraw();
     for (const int id : languageIds()) {
-        const std::string folder = std::string(kLanguages) + "/" + std::to_string(id);
+        const std::string folder = std::string(sensor_paths::kLanguages) + "/" + std::to_string(id);
         UIFileEntry entry{};
         entry.nLanguageId = id;
         std::snprintf(entry.szEntryLabel, sizeof entry.szEntryLabel, "%d", id);

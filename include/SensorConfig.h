@@ -21,6 +21,12 @@ enum {
 #undef TYPE
 };
 
+/// Whether a camera's style is Style_dome.xml, which is also that of a type nobody knows.
+constexpr bool hasDomeStyle(int nDeviceType) {
+    return nDeviceType != DEVICE_TYPE_CAMERA && nDeviceType != DEVICE_TYPE_LPR &&
+           nDeviceType != DEVICE_TYPE_FISHEYE;
+}
+
 /// The user-interface texts of one language. The texts are allocated with malloc by whoever fills
 /// the table, and freed by uinitSysConf.
 struct UIFileEntry {

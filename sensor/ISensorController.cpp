@@ -7,7 +7,6 @@
 
 #include "AVStreamParam.h"
 #include "DeviceAccess.h"
-#include "DevicePaths.h"
 #include "DeviceType.h"
 #include "GThread.h"
 #include "ISensorController_storage.h"
@@ -15,6 +14,7 @@
 #include "MachineInfo.h"
 #include "SensorConfig.h"
 #include "SensorFile.h"
+#include "SensorPaths.h"
 #include "SensorReport.h"
 #include "SensorWdrFlag.h"
 #include "SySystem.h"
@@ -43,7 +43,7 @@ bool hasDayNightSchemes(const char* detail) {
 /// @return the device type of the machine information; 0 when it cannot be read
 int readDeviceType() try {
     MachineInfo machineInfo;
-    SystemInfoParser::parseMachineInfo(kMachineInfoFile, machineInfo);
+    SystemInfoParser::parseMachineInfo(sensor_paths::kMachineInfo, machineInfo);
     DeviceType deviceType;
     deviceType.setDeviceTypeId(machineInfo.getDeviceType());
     return deviceType.getDeviceTypeId();
@@ -98,13 +98,13 @@ bool ISensorController::init(const ModuleConfigure& p_objModuleConfigure) {
             "check the sensor version,   local(%u) --> libimgctl.so(%u), source the cmd: "
             "rm -rf /mnt/mtd/code/config*/sensor*\n",
             nVersion, m_nVersion);
-        sy_system(kRemoveSchemeFiles, kRemoveSeconds);
+        sy_system(sensor_paths::kRemoveSchemes, sensor_paths::kRemoveSeconds);
     }
 
     m_bDayNightSchemes = readDeviceType() == DEVICE_TYPE_LPR &&
                          hasDayNightSchemes(g_stSysConf.moduleConfig.szDetail);
     for (u32 s = 0; s < nSchemeSum; ++s) {
-        SchemeFileName name(s);
+        sensor_paths::SchemeFile name(s);
         if (!existsOnDevice(name.text))
             createSchemeFile(s, name.text);
         loadSchemeFile(s, name.text);

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "DevicePaths.h"
 #include "ISensorController_pause.h"
 #include "ISensorController_request.h"
 #include "KeyValAccess.h"
@@ -14,6 +13,7 @@
 #include "MutexGuard.h"
 #include "SensorConfig.h"
 #include "SensorFile.h"
+#include "SensorPaths.h"
 #include "SensorReport.h"
 #include "SySystem.h"
 #include "SystemInfoParser.h"
@@ -21,7 +21,6 @@
 namespace {
 
 constexpr ReportUnit kUnit = ReportUnit::ISensorController;
-constexpr char kModuleListFile[] = "/hd1/moduleConfig/moduleConfig.xml";
 
 /// The module as the camera describes it now: what is known of it, with the labels of the module
 /// list.
@@ -31,9 +30,10 @@ void readModule(ModuleConfigure& module) try {
     module.setDetail(config.szDetail);
     module.setParameters(config.szParameters);
     MachineInfo machineInfo;
-    SystemInfoParser::parseMachineInfo(kMachineInfoFile, machineInfo);
+    SystemInfoParser::parseMachineInfo(sensor_paths::kMachineInfo, machineInfo);
     std::vector<ModuleConfigure> modules;
-    ModuleConfigureParser::parse(kModuleListFile, std::to_string(machineInfo.getDeviceType()),
+    ModuleConfigureParser::parse(sensor_paths::kModuleList,
+                                 std::to_string(machineInfo.getDeviceType()),
                                  machineInfo.getModelName(), modules);
     if (!modules.empty()) {
         module.setLabel(modules.front().getLabel());
@@ -61,7 +61,7 @@ int ISensorController::flush() {
     const int nWindow = paramCheck(nScheme);
     if (nWindow != SNS_SUCCESS)
         return nWindow;
-    SchemeFileName name(nScheme);
+    sensor_paths::SchemeFile name(nScheme);
     return saveScheme(name.text, schemeArray(nScheme));
 }
 
@@ -92,7 +92,7 @@ bool ISensorController::resetToLastParameters() {
     if (nScheme >= g_stSysConf.nSchemeSum)
         return true;
     m_nFlags |= restoring_flag;
-    SchemeFileName szTmp(nScheme);
+    sensor_paths::SchemeFile szTmp(nScheme);
     if (keyValFromFile(szTmp.text, m_pstKeyValTmp, m_nKeyValSum) != SNS_SUCCESS) {
         REPORT_ASSERTION("SNS_SUCCESS == keyValFromFile(szTmp, m_pstKeyValTmp, m_nKeyValSum)",
                          "szTmp(%s), m_nKeyValSum(%d)\n", szTmp.text,
@@ -113,7 +113,7 @@ bool ISensorController::resetParameters() {
         REPORT_ASSERTION("SNS_SUCCESS == switch_to(g_stSysConf.nSchemeSum)",
                          "g_stSysConf.nSchemeSum(%d)\n", static_cast<int>(g_stSysConf.nSchemeSum));
     }
-    sy_system(kRemoveSchemeFiles, kRemoveSeconds);
+    sy_system(sensor_paths::kRemoveSchemes, sensor_paths::kRemoveSeconds);
     uinit();
 
     ModuleConfigure objModuleConfigure;

@@ -8,11 +8,11 @@
 #include <string>
 
 #include "DetailField.h"
-#include "DevicePaths.h"
 #include "KeyValAccess.h"
 #include "MachineInfo.h"
 #include "ModuleConfigure.h"
 #include "SensorFile.h"
+#include "SensorPaths.h"
 #include "SensorReport.h"
 #include "SystemInfoParser.h"
 
@@ -21,8 +21,6 @@ SysConfig g_stSysConf;
 namespace {
 
 constexpr ReportUnit kUnit = ReportUnit::sensor;
-constexpr char kStyleFolder[] = "/hd1/moduleConfig/sensorConfig/style/";
-constexpr char kDiversityFolder[] = "/hd1/moduleConfig/sensorConfig/styleDiversity/";
 constexpr u32 kDefaultSchemeSum = 4;
 constexpr INT64 kMaxStyleFile = 1 << 24; // far more than a style is parsed from
 
@@ -87,16 +85,15 @@ int initSysConf(const ModuleConfigure& moduleCfg, SysConfig* p_stSysConf) try {
     storeWord(p_stSysConf->nSchemeSum, nSchemeSum);
 
     MachineInfo machineInfo;
-    if (!SystemInfoParser::parseMachineInfo(kMachineInfoFile, machineInfo)) {
+    if (!SystemInfoParser::parseMachineInfo(sensor_paths::kMachineInfo, machineInfo)) {
         REPORT_ASSERTION(
             "SystemInfoParser::parseMachineInfo(\"/mnt/mtd/code/factory_setting/"
             "machineinfo.ini\", machineInfo)");
     }
     const int nDeviceType = machineInfo.getDeviceType();
     p_stSysConf->nDeviceType = static_cast<u32>(nDeviceType);
-    const bool bUsualStyle = nDeviceType == DEVICE_TYPE_CAMERA || nDeviceType == DEVICE_TYPE_LPR ||
-                             nDeviceType == DEVICE_TYPE_FISHEYE;
-    if (!bUsualStyle && nDeviceType != DEVICE_TYPE_DOME) {
+    const bool bDomeStyle = hasDomeStyle(nDeviceType);
+    if (bDomeStyle && nDeviceType != DEVICE_TYPE_DOME) {
         REPORT_ASSERTION(
             "DEVICE_TYPE_CAMERA == p_stSysConf->nDeviceType || DEVICE_TYPE_DOME == "
             "p_stSysConf->nDeviceType || DEVICE_TYPE_LPR == p_stSysConf->nDeviceType "
@@ -105,15 +102,15 @@ int initSysConf(const ModuleConfigure& moduleCfg, SysConfig* p_stSysConf) try {
     }
 
     const std::string strStyleFileName =
-        std::string(kStyleFolder) + (bUsualStyle ? "Style.xml" : "Style_dome.xml");
+        std::string(sensor_paths::kStyles) + (bDomeStyle ? "/Style_dome.xml" : "/Style.xml");
     if (loadText(strStyleFileName, &p_stSysConf->szUIStyle) < 1) {
         REPORT_ASSERTION(
             "loadFromFile(strStyleFileName.c_str(), p_stSysConf->szUIStyle, "
             "getFileLen(strStyleFileName.c_str())) > 0");
     }
     const std::string strStyleDivFileName =
-        std::string(kDiversityFolder) +
-        (bUsualStyle ? "StyleDiversity.xml" : "StyleDiversity_dome.xml");
+        std::string(sensor_paths::kStyleRules) +
+        (bDomeStyle ? "/StyleDiversity_dome.xml" : "/StyleDiversity.xml");
     char* ui_styleDiversity = nullptr;
     if (loadText(strStyleDivFileName, &ui_styleDiversity) < 1) {
         REPORT_ASSERTION(

@@ -2,14 +2,13 @@
 
 #include "DKFile.h"
 #include "DeviceAccess.h"
+#include "SensorPaths.h"
 #include "SensorReport.h"
 
 namespace {
 
 constexpr ReportUnit kUnit = ReportUnit::SensorFile;
 constexpr unsigned char kRewrite = DKFile::modeWrite | DKFile::modeTruncate;
-
-char g_szVersionFile[] = "/mnt/mtd/code/config_file/snsversion.cfg";
 
 const char* printable(const char* text) {
     return text ? text : "(null)";
@@ -87,14 +86,15 @@ int keyValToFile(char* file_name, KeyVal* p_pKeyVal, u32 p_nKeyValSum) {
 }
 
 int getVersion(u32* p_pnVersion) {
-    const int nSize =
-        loadFromFile(g_szVersionFile, reinterpret_cast<char*>(p_pnVersion), sizeof *p_pnVersion);
+    const int nSize = loadFromFile(sensor_paths::kVersionFile, reinterpret_cast<char*>(p_pnVersion),
+                                   sizeof *p_pnVersion);
     return nSize < 1 ? -1 : SNS_SUCCESS;
 }
 
 int setVersion(u32 p_nVersion) {
     u32 nVersion = p_nVersion;
-    const int nSize =
-        saveToFile(g_szVersionFile, reinterpret_cast<char*>(&nVersion), sizeof nVersion);
+    // The name is only read.
+    const int nSize = saveToFile(const_cast<char*>(sensor_paths::kVersionFile),
+                                 reinterpret_cast<char*>(&nVersion), sizeof nVersion);
     return nSize < 1 ? -1 : SNS_SUCCESS;
 }

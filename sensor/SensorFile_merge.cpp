@@ -11,13 +11,13 @@
 #include "DKFile.h"
 #include "DetailField.h"
 #include "SensorModuleConfig.h"
+#include "SensorPaths.h"
 #include "SensorReport.h"
 #include "SensorXml.h"
 
 namespace {
 
 constexpr ReportUnit kUnit = ReportUnit::SensorFile;
-constexpr char kMergedStyleFile[] = "/tmp/merge_style.xml";
 constexpr size_t kMaxText = 1u << 20;
 
 /// Only what comes from outside is held to a size: merging may make more of it.
@@ -30,7 +30,7 @@ bool loadFromOutside(XmlDocument& document, const char* text) {
 /// costs nothing.
 void writeMergedStyle(const std::string& text) {
     DKFile file;
-    if (!file.open(kMergedStyleFile, DKFile::modeWrite | DKFile::modeTruncate))
+    if (!file.open(sensor_paths::kMergedStyle, DKFile::modeWrite | DKFile::modeTruncate))
         return;
     file.write(text.data(), static_cast<u32>(text.size()));
     file.close();

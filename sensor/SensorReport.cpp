@@ -11,6 +11,7 @@
 #include "DKFile.h"
 #include "DKLogger.h"
 #include "DeviceAccess.h"
+#include "SensorPaths.h"
 #include "TextNumber.h"
 
 std::atomic<int> g_nDebugLevel{1};
@@ -18,9 +19,7 @@ std::atomic<bool> g_bEnAssert{false};
 
 namespace {
 
-constexpr char kSignFile[] = "/mnt/mtd/sign/Debug.sign";
 constexpr unsigned int kSignRead = 1024; // it is read before every report, so however long it is
-constexpr char kErrorLog[] = "/mnt/mtd/log/SensorError.log";
 constexpr unsigned int kErrorLogSize = 10240;
 constexpr unsigned int kErrorLogFiles = 3;
 constexpr char kAssertTag[] = "[sensor assert]";
@@ -76,7 +75,7 @@ public:
 class LogBlock {
 public:
     explicit LogBlock(const char* tag) : m_pTag(tag) {
-        m_log.init(kErrorLog, kErrorLogSize, kErrorLogFiles);
+        m_log.init(sensor_paths::kErrorLog, kErrorLogSize, kErrorLogFiles);
     }
 
     void position(const Position& at) {
@@ -115,9 +114,9 @@ int takeNumber(char*& rest, int ifEmpty) {
 void updateDebugLevel() {
     char text[kSignRead + 1];
     int size = 0;
-    if (existsOnDevice(kSignFile)) {
+    if (existsOnDevice(sensor_paths::kSignFile)) {
         DKFile file;
-        if (!file.open(kSignFile, kOpenForReading))
+        if (!file.open(sensor_paths::kSignFile, kOpenForReading))
             return;
         size = file.read(text, kSignRead);
         file.close();

@@ -109,7 +109,7 @@ TEST_F(DeviceTypes, AreKnownEverywhere) {
         const std::string number = std::to_string(type.number);
         setDeviceType(type.number);
         EXPECT_EQ("", output([this] { start(); }))
-            << number << ": choose its style in initSysConf (sensor/SensorConfig.cpp)";
+            << number << ": choose its style in hasDomeStyle (include/SensorConfig.h)";
         EXPECT_NE("", elementWith(modules, "deviceType=\"" + number + '"'))
             << number << ": add a module for it to device/hd1/moduleConfig/moduleConfig.xml";
         EXPECT_NE(std::string::npos, formats.find(number + ' ' + type.name))

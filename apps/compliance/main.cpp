@@ -12,6 +12,7 @@
 #include "LinuxFramework.h"
 #include "ModuleConfigure.h"
 #ifdef COMPLIANCE_SIMULATOR
+#include "SensorPaths.h"
 #include "SimulatedImageAdjust.h"
 #endif
 
@@ -34,12 +35,11 @@ public:
             m_root.clear();
             return;
         }
-        for (const char* folder :
-             {"/mnt/mtd/code/config_file", "/mnt/mtd/log", "/mnt/mtd/sign", "/tmp"}) {
+        for (const char* folder : sensor_paths::kFolders) {
             std::filesystem::create_directories(m_root + folder);
         }
         // Nobody needs to hear that an empty camera has no style.
-        std::ofstream(m_root + "/mnt/mtd/sign/Debug.sign") << "-1\n0\n";
+        std::ofstream(m_root + sensor_paths::kSignFile) << "-1\n0\n";
         linux_framework::setClockSpeed(1000);
         m_controller.init(ModuleConfigure());
         m_controller.uinit();
