@@ -264,14 +264,15 @@ bool putScheme(const Context& context, host::Request& operation, Problem& fault)
     std::optional<std::string> name;
     std::optional<std::string> start;
     std::optional<std::string> end;
+    std::optional<int> with;
     Body body(context, fault);
     if (!readSchemeOf(context, context.match[0], scheme, fault) || !body.texts("name", name) ||
-        !body.texts("start", start) || !body.texts("end", end)) {
+        !body.texts("start", start) || !body.texts("end", end) || !body.number("with", with)) {
         return false;
     }
     const Scheme& now = context.snapshot.schemes[static_cast<std::size_t>(scheme)];
     Window window = now.window;
-    const bool changesWindow = start || end || body.has("enabled");
+    const bool changesWindow = start || end || with || body.has("enabled");
     if (!body.flag("enabled", window.enabled) || !body.end() ||
         (start && !readTime(*start, window.startHour, window.startMinute, fault)) ||
         (end && !readTime(*end, window.endHour, window.endMinute, fault))) {
@@ -283,9 +284,9 @@ bool putScheme(const Context& context, host::Request& operation, Problem& fault)
     if (name) {
         operation.operation = NameScheme{scheme, *name};
     } else if (changesWindow) {
-        operation.operation = SetWindow{scheme, window};
+        operation.operation = SetWindow{scheme, window, with};
     } else {
-        return fault.badRequest("A scheme takes 'name', or 'enabled', 'start' and 'end'.");
+        return fault.badRequest("A scheme takes 'name', or 'enabled', 'start', 'end' and 'with'.");
     }
     return true;
 }
