@@ -11,6 +11,9 @@ namespace imgctl {
 /// How a command ended; the number is the exit status, and the highest of a run counts.
 enum class Status { done = 0, failed = 1, usage = 2, rejected = 3 };
 
+/// The same as a word, with which commands answer that have nothing else to tell.
+const char* word(Status status);
+
 /// The camera that commands are about.
 struct Target {
     Client& client;

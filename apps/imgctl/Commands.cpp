@@ -100,6 +100,11 @@ Answer Call::ask(const std::string& method, const std::string& path, const Json&
 }
 
 bool Call::told(const Answer& answer, Status& status) const {
+const char* word(Status status) {
+    static const char* const words[] = {"done", "failed", "not understood", "rejected"};
+    return words[static_cast<int>(status)];
+}
+
     status = statusOf(answer);
     if (json && answer.status != 0) {
         printLine(answer.body);

@@ -58,7 +58,7 @@ Status runLens(const Call& call) {
         const Answer answer = call.ask("POST", std::string("/lens/") + move);
         Status status = Status::done;
         if (!call.json) {
-            call.answer(std::string(move) + (answer.good() ? " 1" : " 0"));
+            call.answer(std::string(move) + " " + word(statusOf(answer)));
         }
         if (call.json || !answer.good()) {
             call.told(answer, status);

@@ -309,7 +309,7 @@ Status runFlush(const Call& call) {
         for (const Json& scheme : schemes.document["schemes"]) {
             if (call.arguments.empty() && scheme.value("in_force", false)) {
                 if (scheme.value("default", false)) {
-                    call.answer("0");
+                    call.answer(word(Status::done));
                     call.note("the default scheme is never saved");
                     return Status::done;
                 }
@@ -325,12 +325,8 @@ Status runFlush(const Call& call) {
         call.told(answer, status);
         return status;
     }
-    std::string code = "0";
     for (const Json& failed : answer.document.value("failed", Json::array())) {
         call.note(textOf(failed, "text"));
-        if (numberOf(failed, "layer_code", "0") != "0") {
-            code = numberOf(failed, "layer_code");
-        }
     }
     const bool tells = answer.document.is_object() && answer.document.contains("failed");
     if (!answer.good() && !tells) {
@@ -341,7 +337,7 @@ Status runFlush(const Call& call) {
         const std::string saved = listOf(answer.document.value("saved", Json::array()));
         call.answer(saved.empty() ? "nothing" : saved);
     } else {
-        call.answer(code);
+        call.answer(word(statusOf(answer)));
     }
     return statusOf(answer);
 }
