@@ -22,7 +22,8 @@ namespace host {
 namespace {
 
 const char kModuleList[] = "/hd1/moduleConfig/moduleConfig.xml";
-constexpr int kRetryAfter = 1; ///< seconds, for whom the queue was full
+constexpr std::chrono::milliseconds kWarmUp(700); ///< of a real camera's automatics
+constexpr int kRetryAfter = 1;                    ///< seconds, for whom the queue was full
 
 using Microseconds = std::chrono::microseconds;
 
@@ -278,7 +279,11 @@ void Camera::Core::startLibrary() {
         carryOver(other);
     }
     m_pictureBeside = pictureBeside(m_options.layer);
-    pictures.use(m_pictureBeside != nullptr ? m_pictureBeside.get() : m_layer->picture(), {});
+    if (m_pictureBeside != nullptr) {
+        pictures.use(m_pictureBeside.get(), {});
+    } else {
+        pictures.use(m_layer->picture(), {}, kWarmUp);
+    }
     settle(false);
     publish();
 }

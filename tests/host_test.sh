@@ -205,7 +205,7 @@ if [ ${#imgctl[@]} = 1 ] && [ -x "$daemon" ]; then
     url=$(sed -n 's|.*serving at \(.*\)/$|\1|p' "$work/daemon")
     for where in "--device $work/served" "--connect $url"; do
         while IFS='|' read -r command answer; do
-            $imgctl $where -c "$command" >"$work/out" 2>"$work/err" </dev/null; status=$?
+            $imgctl $where -c "${command/WORK/$work}" >"$work/out" 2>"$work/err" </dev/null; status=$?
             expect "$command $where" "$status $(cat "$work/out" "$work/err" | tr '\n' ';')" "$answer"
         done <<'COMMANDS'
 mode manual|0 mode 0;
@@ -230,3 +230,8 @@ done
 wait
 expect 'two at once' "$(tail -qn 1 "$work/one.out" "$work/three.out" | xargs)" 'get (2353,3) get (2353,5)'
 exit $((failures > 0))
+all|0 all (8000,*;
+wdr 0|0 wdr mode=0 allowed=0;
+light 50|0 light 50;
+snapshot WORK/picture.jpg|0 snapshot * 640x360;
+undo|0 undo done;*

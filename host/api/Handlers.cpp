@@ -368,6 +368,19 @@ bool postTrial(const Context& context, host::Request& operation, Problem& fault)
     return true;
 }
 
+bool putWideDynamicRange(const Context& context, host::Request& operation, Problem& fault) {
+    AllowWideDynamicRange allow{};
+    Body body(context, fault);
+    if (body.valid() && !body.has("allowed")) {
+        return fault.badRequest("'allowed' is missing.");
+    }
+    if (!body.flag("allowed", allow.allowed) || !body.end()) {
+        return false;
+    }
+    operation.operation = allow;
+    return true;
+}
+
 bool postUndo(const Context& context, host::Request& operation, Problem& fault) {
     Body body(context, fault);
     Undo undo{};
@@ -451,6 +464,10 @@ const std::vector<Handler>& handlers() {
         {{"POST", "/reload", Role::Administrator, nullptr, kMostBody}, nullptr, plain<Reload>},
         {{"POST", "/reset", Role::Administrator, nullptr, kMostBody}, nullptr, plain<Reset>},
         {{"POST", "/settle", Role::Operator, nullptr, kMostBody}, nullptr, plain<Settle>},
+        {{"POST", "/correct", Role::Operator, nullptr, kMostBody}, nullptr, plain<CorrectScheme>},
+        {{"PUT", "/wide-dynamic-range", Role::Operator, nullptr, kMostBody},
+         nullptr,
+         putWideDynamicRange},
         {{"POST", "/lens/{action}", Role::Operator, nullptr, kMostBody}, nullptr, postLens},
         {{"GET", "/history", Role::Viewer, nullptr, 0}, getHistory, nullptr},
         {{"POST", "/undo", Role::Operator, nullptr, kMostBody}, nullptr, postUndo},
