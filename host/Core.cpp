@@ -205,9 +205,18 @@ StartProblem Camera::Core::checkSavedFor() {
     const ModuleConfigure module = moduleOf(m_options, deviceType);
     m_identity = identityOf(deviceType, module.getModuleId(), module.getDetail());
     m_problems = treeProblems(deviceType);
-    const std::string other = savedForOther(m_identity);
+    const std::string other = savedForOther(m_identity, deviceType);
     if (other.empty() || m_options.convert) {
         return {};
+    }
+    std::string broken;
+    for (const std::string& problem : m_problems) {
+        broken += "; " + problem;
+    }
+    if (!broken.empty()) { // which may be all that differs
+        return failed(StartProblem::Kind::Tree,
+                      "the device tree " + quoted(linux_framework::deviceRoot()) +
+                          " is not whole, and its schemes do not fit: " + other + broken);
     }
     return failed(StartProblem::Kind::Tree, "the schemes of the device tree " +
                                                 quoted(linux_framework::deviceRoot()) +
@@ -266,13 +275,15 @@ void Camera::Core::startLibrary() {
     m_mustSend.clear();
     m_gone = m_layer->state() == image_adjust::DeviceState::Gone;
     const image_adjust::OperationScope scope(++m_operation);
-    const std::map<int, std::vector<KeyVal>> other =
-        savedForOther(m_identity).empty() ? std::map<int, std::vector<KeyVal>>() : putSavedAside();
     int deviceType = 0;
-    // The library's first pass would pause a second; nobody is to wait for that.
+    const ModuleConfigure module = moduleOf(m_options, deviceType);
+    const std::map<int, std::vector<KeyVal>> other = savedForOther(m_identity, deviceType).empty()
+                                                         ? std::map<int, std::vector<KeyVal>>()
+                                                         : putSavedAside();
     m_pauses.raise();
-    m_controller->init(moduleOf(m_options, deviceType));
+    m_controller->init(module);
     m_pauses.clear();
+    // The library's first pass would pause a second; nobody is to wait for that.
     m_uiTexts.provide();
     loadAll();
     if (!other.empty()) {

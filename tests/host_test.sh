@@ -173,6 +173,21 @@ run main --device-type 4 --convert -c 'mode 0' -c 'scheme 0' -c 'get brightness'
 expect 'converted' "$status $(oneline "$work/answers")$(<"$work/err")" '0 *get (34,61);imgctl: carried over *'
 run main --device-type 4 get brightness; expect 'after a conversion' "$status $(<"$work/err")" '0 '
 
+# Other ranges matter where a saved value no longer fits, and what is broken is named with its place
+run main -c 'mode 0' -c 'scheme 0' -c 'set contrast=12 --save'
+config=$work/main/hd1/moduleConfig/sensorConfig
+for most in 120 98 255; do # another scheme has 99
+    sed -i "/name=\"contrast\"/s/max=\"[0-9]*\"/max=\"$most\"/" "$config/style/Style_dome.xml"
+    run main get contrast; expect "contrast up to $most" "$status $(oneline "$work/answers")$(<"$work/err")" "$(
+        [ $most = 98 ] && echo '1 *: contrast is saved as 99, this style takes 0..98; --convert *' ||
+            echo '0 get (2353,12);')"
+done
+cp -r "$work/main" "$work/broken"
+rm "$work/broken/hd1/moduleConfig/sensorConfig/language/1/common.xml"
+run broken get contrast; expect 'missing' "$status $(<"$work/err")" '0 imgctl: /*/broken/hd1/*/1/common.xml is missing*'
+echo '<' >"$work/broken/hd1/moduleConfig/moduleConfig.xml"
+run broken get contrast; expect 'broken' "$status $(<"$work/err")" '1 *not whole*module 3*/moduleConfig.xml is no XML*'
+
 # Reports go to standard error without colours, and more of them hold for one run
 run main --debug-level 6 set contrast=12
 expect 'reports' "$(grep -c . "$work/out") $(grep -c $'\e' "$work/err") $(grep -c . "$work/err")" '2 0 [1-9]*'
