@@ -225,9 +225,12 @@ StartProblem Camera::Core::checkSavedFor() {
 }
 
 StartProblem Camera::Core::openLayerAndLock() {
-    const std::string device = nodeOfLayer(m_options.layer);
-    StartProblem problem =
-        take(m_cameraLock, cameraLockPath(device), m_options.program, "the camera " + device);
+    StartProblem problem;
+    image_adjust::v4l2::CameraInfo camera;
+    if (cameraOfLayer(m_options.layer, camera)) {
+        problem = take(m_cameraLock, cameraLockPath(camera.identity), m_options.program,
+                       "the camera " + camera.node);
+    }
     if (problem) {
         return problem;
     }
@@ -280,10 +283,10 @@ void Camera::Core::startLibrary() {
     const std::map<int, std::vector<KeyVal>> other = savedForOther(m_identity, deviceType).empty()
                                                          ? std::map<int, std::vector<KeyVal>>()
                                                          : putSavedAside();
+    // The library's first pass would pause a second; nobody is to wait for that.
     m_pauses.raise();
     m_controller->init(module);
     m_pauses.clear();
-    // The library's first pass would pause a second; nobody is to wait for that.
     m_uiTexts.provide();
     loadAll();
     if (!other.empty()) {
