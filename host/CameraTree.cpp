@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <system_error>
 
 #include "V4l2Layer.h"
@@ -83,6 +84,31 @@ fs::path memoryOf(const std::string& given) {
     return stateFolder() / "last-by-name" / fileNameOf(given);
 }
 
+/// Where the settings of a camera that is there are, or belong.
+fs::path placeOf(const v4l2::CameraInfo& camera) {
+    const fs::path own = stateFolder() / camera.identity;
+    if (isTree(own) || camera.identity == camera.model) {
+        return own;
+    }
+    std::set<std::string> there;
+    for (const v4l2::CameraInfo& known : v4l2::knownCameras(v4l2::Places())) {
+        there.insert(known.identity);
+    }
+    fs::path moved;
+    int count = 0;
+    std::error_code error;
+    for (fs::directory_iterator entry(stateFolder(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (v4l2::modelOf(name) == camera.model && there.count(name) == 0 &&
+            isTree(entry->path())) {
+            moved = entry->path();
+            ++count;
+        }
+    }
+    return count == 1 ? moved : own;
+}
+
 bool treeOfCamera(const std::string& given, CameraTree& tree, std::string& problem) {
     const std::string meant = cameraMeant(given);
     v4l2::CameraInfo camera;
@@ -91,13 +117,13 @@ bool treeOfCamera(const std::string& given, CameraTree& tree, std::string& probl
         tree.path = place.string();
         return meant.find('/') == std::string::npos && isTree(place);
     }
-    const fs::path place = stateFolder() / camera.identity;
+    const fs::path place = placeOf(camera);
     if (!isTree(place) && !make(meant, place, tree.madeFor, problem)) {
         return false;
     }
     tree.path = place.string();
     const fs::path memory = memoryOf(given);
-    const fs::path target = fs::path("..") / camera.identity;
+    const fs::path target = fs::path("..") / place.filename();
     std::error_code error;
     if (fs::read_symlink(memory, error) != target) {
         // Where it cannot be remembered the camera must be there at the start.
@@ -150,13 +176,16 @@ std::string cameraMeant(const std::string& given) {
     return error || last.empty() ? given : last;
 }
 
-std::string nodeOfLayer(const std::string& layer) {
+bool cameraOfLayer(const std::string& layer, v4l2::CameraInfo& camera) {
     const std::string given = deviceOfLayer(layer);
-    v4l2::CameraInfo camera;
+    const std::string meant = cameraMeant(given);
     std::string problem;
-    const bool there =
-        !given.empty() && v4l2::findCamera(cameraMeant(given), v4l2::Places(), camera, problem);
-    return there ? camera.node : std::string();
+    camera = v4l2::CameraInfo();
+    if (!given.empty() && !v4l2::findCamera(meant, v4l2::Places(), camera, problem)) {
+        camera.node = given;
+        camera.identity = meant.find('/') == std::string::npos ? meant : std::string();
+    }
+    return !camera.identity.empty();
 }
 
 } // namespace host

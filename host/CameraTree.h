@@ -27,7 +27,9 @@ struct CameraTree {
 
 /// The device tree that the options ask for: the one that they name, else defaultDeviceTree(). A
 /// Linux camera without either has one of its own in the user's state folder, by its identity, so
-/// that it finds its settings again at whichever node it is; where there is none it is made.
+/// that it finds its settings again at whichever node it is; where there is none it is made. One
+/// without a serial number that has moved to another port takes the tree of its model whose port is
+/// empty now, where there is exactly one.
 ///
 /// The folder also remembers which camera was last given by which name, so that one that is away,
 /// or at another node now, is known.
@@ -39,8 +41,8 @@ bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& 
 /// identity. @return the name itself where nothing is known of it
 std::string cameraMeant(const std::string& given);
 
-/// The node of a layer's camera as it is now: "/dev/video0"; empty for a layer without one, and for
-/// a camera that is not there.
-std::string nodeOfLayer(const std::string& layer);
+/// The camera of a layer as it is now; of one that is away what is known of it: its identity.
+/// @return false for a layer without one
+bool cameraOfLayer(const std::string& layer, image_adjust::v4l2::CameraInfo& camera);
 
 } // namespace host

@@ -75,6 +75,30 @@ std::string unknownOption(const std::vector<CommandLineOption>& options, const s
 
 } // namespace
 
+TakeValue takeText(std::string& target) {
+    return [&target](const std::string& value) {
+        target = value;
+        return !value.empty();
+    };
+}
+
+TakeValue takeTexts(std::vector<std::string>& target) {
+    return [&target](const std::string& value) {
+        target.push_back(value);
+        return !value.empty();
+    };
+}
+
+TakeValue takeNumber(int least, int most, int& target) {
+    return [least, most, &target](const std::string& value) {
+        return readIntWithin(value, least, most, target);
+    };
+}
+
+TakeValue takeFlag(bool& target) {
+    return [&target](const std::string&) { return target = true; };
+}
+
 bool readCommandLine(int argc, char* const* argv, const std::vector<CommandLineOption>& options,
                      std::vector<std::string>* words, std::string& problem) {
     for (int i = 1; i < argc; ++i) {
@@ -129,17 +153,11 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
         {"--device", "DIR", "a folder",
          "device tree (default: $IMGCTL_DEVICE, else device-root beside me; of a Linux camera one "
          "that is made in the user's state folder)",
-         [to](const std::string& value) {
-             to->camera.device = value;
-             return !value.empty();
-         }},
+         takeText(to->camera.device)},
         {"--layer", "LAYER", "simulator, v4l2:/dev/videoN or so:FILE",
          "the image-adjust layer (default: simulator); 'imgctl cameras' lists those of this "
          "machine",
-         [to](const std::string& value) {
-             to->camera.layer = value;
-             return !value.empty();
-         }},
+         takeText(to->camera.layer)},
         {"--device-type", "N", kTypeNames + 2, "kind of camera, by number; kept in the device tree",
          [to](const std::string& value) {
              int given = 0;
@@ -155,9 +173,7 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
              return true;
          }},
         {"--fps", "N", "1 .. 1000", "frame rate of the video stream (default 25)",
-         [to](const std::string& value) {
-             return readIntWithin(value, 1, 1000, to->camera.framesPerSecond);
-         }},
+         takeNumber(1, 1000, to->camera.framesPerSecond)},
         {"--clock", "HH:MM[:SS]", "00:00 .. 23:59:59", "time of day at the start",
          [to](const std::string& value) {
              CameraOptions::Clock clock;
@@ -180,11 +196,7 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
         {"--no-day-night", "", "", "a Linux camera's picture does not decide between day and night",
          [to](const std::string&) { return !(to->camera.dayNightByPicture = false); }},
         {"--trace", "FILE", "a file",
-         "write a line for every call of the layer and the video module",
-         [to](const std::string& value) {
-             to->trace = value;
-             return !value.empty();
-         }},
+         "write a line for every call of the layer and the video module", takeText(to->trace)},
         {"--debug-level", "N", "a number", "how much is reported (1 when absent), in this run",
          [to](const std::string& value) {
              int level = 0;
@@ -193,11 +205,11 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
              return good;
          }},
         {"--abort", "", "", "end the process at a failed assertion of this run",
-         [to](const std::string&) { return to->camera.abort = true; }},
+         takeFlag(to->camera.abort)},
         {"--keep", "", "", "--debug-level and --abort hold for later runs too",
-         [to](const std::string&) { return to->camera.keepReports = true; }},
+         takeFlag(to->camera.keepReports)},
         {"--convert", "", "", "carry over by key what was saved for another kind of camera",
-         [to](const std::string&) { return to->camera.convert = true; }},
+         takeFlag(to->camera.convert)},
     };
 }
 

@@ -9,13 +9,21 @@
 /// The command lines of programs that run a camera.
 namespace host {
 
+/// What most options do with what stands behind them; the targets must outlive the options.
+using TakeValue = std::function<bool(const std::string& value)>;
+TakeValue takeText(std::string& target); ///< one that is not empty
+TakeValue takeTexts(
+    std::vector<std::string>& target); ///< the same, for options that may come again
+TakeValue takeNumber(int least, int most, int& target);
+TakeValue takeFlag(bool& target); ///< true, when the option is there
+
 /// One option of a command line.
 struct CommandLineOption {
     const char* name;     ///< "--device"
     const char* argument; ///< what stands behind it: "DIR"; empty: nothing
     const char* allowed;  ///< what the argument may be, for refusals
     const char* help;
-    std::function<bool(const std::string& value)> take; ///< @return false: not allowed
+    TakeValue take; ///< @return false: not allowed
 };
 
 /// Reads a command line: "--name VALUE" and "--name=VALUE".

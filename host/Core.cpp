@@ -22,7 +22,8 @@
 namespace host {
 namespace {
 
-constexpr int kRetryAfter = 1; ///< seconds, for whom the queue was full
+constexpr std::chrono::milliseconds kWarmUp(700); ///< of a real camera's automatics
+constexpr int kRetryAfter = 1;                    ///< seconds, for whom the queue was full
 
 using Microseconds = std::chrono::microseconds;
 
@@ -217,9 +218,18 @@ StartProblem Camera::Core::checkSavedFor() {
     const ModuleConfigure module = moduleOf(m_options, deviceType);
     m_identity = identityOf(deviceType, module.getModuleId(), module.getDetail());
     m_problems = treeProblems(deviceType);
-    const std::string other = savedForOther(m_identity);
+    const std::string other = savedForOther(m_identity, deviceType);
     if (other.empty() || m_options.convert) {
         return {};
+    }
+    std::string broken;
+    for (const std::string& problem : m_problems) {
+        broken += "; " + problem;
+    }
+    if (!broken.empty()) { // which may be all that differs
+        return failed(StartProblem::Kind::Tree,
+                      "the device tree " + quoted(linux_framework::deviceRoot()) +
+                          " is not whole, and its schemes do not fit: " + other + broken);
     }
     return failed(StartProblem::Kind::Tree, "the schemes of the device tree " +
                                                 quoted(linux_framework::deviceRoot()) +
@@ -228,9 +238,12 @@ StartProblem Camera::Core::checkSavedFor() {
 }
 
 StartProblem Camera::Core::openLayerAndLock() {
-    const std::string device = nodeOfLayer(m_options.layer);
-    StartProblem problem =
-        take(m_cameraLock, cameraLockPath(device), m_options.program, "the camera " + device);
+    StartProblem problem;
+    image_adjust::v4l2::CameraInfo camera;
+    if (cameraOfLayer(m_options.layer, camera)) {
+        problem = take(m_cameraLock, cameraLockPath(camera.identity), m_options.program,
+                       "the camera " + camera.node);
+    }
     if (problem) {
         return problem;
     }
@@ -278,12 +291,14 @@ void Camera::Core::startLibrary() {
     m_mustSend.clear();
     m_gone = m_layer->state() == image_adjust::DeviceState::Gone;
     const image_adjust::OperationScope scope(++m_operation);
-    const std::map<int, std::vector<KeyVal>> other =
-        savedForOther(m_identity).empty() ? std::map<int, std::vector<KeyVal>>() : putSavedAside();
     int deviceType = 0;
+    const ModuleConfigure module = moduleOf(m_options, deviceType);
+    const std::map<int, std::vector<KeyVal>> other = savedForOther(m_identity, deviceType).empty()
+                                                         ? std::map<int, std::vector<KeyVal>>()
+                                                         : putSavedAside();
     // The library's first pass would pause a second; nobody is to wait for that.
     m_pauses.raise();
-    m_controller->init(moduleOf(m_options, deviceType));
+    m_controller->init(module);
     m_pauses.clear();
     m_uiTexts.provide();
     loadAll();
@@ -291,7 +306,11 @@ void Camera::Core::startLibrary() {
         carryOver(other);
     }
     m_pictureBeside = pictureBeside(m_options.layer);
-    pictures.use(m_pictureBeside != nullptr ? m_pictureBeside.get() : m_layer->picture(), {});
+    if (m_pictureBeside != nullptr) {
+        pictures.use(m_pictureBeside.get(), {});
+    } else {
+        pictures.use(m_layer->picture(), {}, kWarmUp);
+    }
     schemePictures.begin(m_options.layer,
                          [this](int scheme) { return commandValues(*snapshot(), scheme); });
     settle(false);

@@ -158,6 +158,8 @@ private:
     void handle(const Reload& operation, Work& work);
     void handle(const Reset& operation, Work& work);
     void handle(const Import& operation, Work& work);
+    void splitWindow(const SetWindow& operation, Work& work);
+    void recordIn(int scheme, const std::vector<Pair>& pairs, Work& work);
     SchemeOutcome saveOne(int scheme);
     bool hasFactoryValues(int scheme) const;
     bool timedScheme(int scheme, Work& work) const;

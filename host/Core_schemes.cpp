@@ -16,6 +16,11 @@ bool isWindowKey(u32 key) {
     return key >= KEY_SCHEME_ENABLE && key <= KEY_SCHEME_END_MIN;
 }
 
+template <typename Element>
+void addAll(std::vector<Element>& to, const std::vector<Element>& more) {
+    to.insert(to.end(), more.begin(), more.end());
+}
+
 } // namespace
 
 bool Camera::Core::timedScheme(int number, Work& work) const {
@@ -113,6 +118,10 @@ void Camera::Core::handle(const SetWindow& operation, Work& work) {
     if (!timedScheme(operation.scheme, work)) {
         return;
     }
+    if (operation.with) {
+        splitWindow(operation, work);
+        return;
+    }
     const int fault = windowFault(operation.window);
     if (fault != 0) {
         work.outcome.result = Result::Refused;
@@ -123,6 +132,75 @@ void Camera::Core::handle(const SetWindow& operation, Work& work) {
     const std::vector<Pair> pairs = windowPairs(operation.window);
     if (knownKeys(pairs, work)) {
         recordAll(operation.scheme, pairs, work);
+    }
+}
+
+/// The evening stays with its scheme, the morning goes to another one with the same values.
+void Camera::Core::splitWindow(const SetWindow& operation, Work& work) {
+    const Window& window = operation.window;
+    const int other = *operation.with;
+    const Window evening = {true, window.startHour, window.startMinute, 24, 0};
+    const Window morning = {true, 0, 0, window.endHour, window.endMinute};
+    if (!timedScheme(other, work)) {
+        return;
+    }
+    const bool crosses =
+        window.startHour * 60 + window.startMinute > window.endHour * 60 + window.endMinute;
+    if (!crosses || other == operation.scheme) {
+        refuse(work, Reason::Window,
+               crosses ? "the time after midnight needs another scheme"
+                       : "a second scheme is for a window across midnight");
+        return;
+    }
+    for (const Window& half : {evening, morning}) {
+        const int fault = windowFault(half);
+        if (fault != 0) {
+            work.outcome.result = Result::Refused;
+            work.outcome.refusal = windowRefusal(fault);
+            return;
+        }
+    }
+    const ScheduleHold hold(*this);
+    m_memory.refresh(*m_controller, operation.scheme);
+    std::vector<Pair> values = windowPairs(morning);
+    for (const u32 key : m_memory.keys()) {
+        if (!isWindowKey(key)) {
+            values.push_back({key, *m_memory.stored(operation.scheme, key)});
+        }
+    }
+    recordIn(operation.scheme, windowPairs(evening), work);
+    Work second{work.origin};
+    if (work.outcome.refusal.reason == Reason::None) {
+        recordIn(other, values, second);
+        work.outcome.refusal = second.outcome.refusal;
+    }
+    addAll(work.entry.changes, second.entry.changes);
+    work.written.insert(other);
+    work.entry.joins = false; // what comes next is not a part of it
+    work.outcome.scheme = operation.scheme;
+    if (work.outcome.refusal.reason == Reason::None) {
+        return;
+    }
+    Work back{work.origin};
+    for (auto change = work.entry.changes.rbegin(); change != work.entry.changes.rend(); ++change) {
+        recordIn(change->scheme, {{change->key, *change->before}}, back);
+    }
+    work.entry.changes.clear();
+    addAll(work.outcome.keys, second.outcome.keys);
+    for (KeyOutcome& key : work.outcome.keys) {
+        key.result = key.result == KeyResult::Refused ? key.result : KeyResult::NotTried;
+        key.taken = key.before;
+    }
+    work.outcome.result = Result::Refused;
+}
+
+/// Records values in a scheme, and applies them where it is the one in force.
+void Camera::Core::recordIn(int number, const std::vector<Pair>& pairs, Work& work) {
+    if (number == m_scheme) {
+        applyAll(pairs, Manner::Record, work);
+    } else {
+        recordAll(number, pairs, work);
+        m_memory.refresh(*m_controller, number);
     }
 }
 
@@ -141,11 +219,7 @@ void Camera::Core::handle(const CopyScheme& operation, Work& work) {
             pairs.push_back({key, *m_memory.stored(operation.from, key)});
         }
     }
-    if (operation.to == m_scheme) {
-        applyAll(pairs, Manner::Record, work);
-    } else {
-        recordAll(operation.to, pairs, work);
-    }
+    recordIn(operation.to, pairs, work);
 }
 
 void Camera::Core::handle(const NameScheme& operation, Work& work) {

@@ -434,11 +434,7 @@ void Camera::Core::handle(const Undo& operation, Work& work) {
     work.entry.joins = false; // a change of its own
     work.entry.undoes = entry->id;
     for (const auto& [number, pairs] : wanted) {
-        if (number == m_scheme) {
-            applyAll(pairs, Manner::Record, work);
-        } else {
-            recordAll(number, pairs, work);
-        }
+        recordIn(number, pairs, work);
     }
 }
 

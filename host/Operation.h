@@ -102,6 +102,9 @@ struct SetMode {
 struct SetWindow {
     int scheme;
     Window window;
+    /// For a window across midnight: the scheme that gets the time after midnight, and the values of
+    /// the first one. Both are recorded and enabled, or nothing is; one journal entry holds it.
+    std::optional<int> with = {};
 };
 
 /// Copies a timed scheme's values to another one; the window only if asked for.

@@ -32,11 +32,6 @@ int openLockFile(const std::string& path) {
     return made >= 0 ? made : open(path.c_str(), kFlags);
 }
 
-std::string nameOf(const char* prefix, const struct stat& about) {
-    return lockFolder() + "/imgctl-" + prefix + "-" + std::to_string(about.st_dev) + "-" +
-           std::to_string(about.st_ino) + ".lock";
-}
-
 } // namespace
 
 OwnerLock::~OwnerLock() {
@@ -88,12 +83,13 @@ std::string treeLockPath(const std::string& tree) {
     if (access(tree.c_str(), W_OK) == 0 || stat(tree.c_str(), &about) != 0) {
         return tree + "/.owner";
     }
-    return nameOf("tree", about); // a tree that cannot be written has an owner all the same
+    // A tree that cannot be written has an owner all the same.
+    return lockFolder() + "/imgctl-tree-" + std::to_string(about.st_dev) + "-" +
+           std::to_string(about.st_ino) + ".lock";
 }
 
-std::string cameraLockPath(const std::string& device) {
-    struct stat about {};
-    return stat(device.c_str(), &about) == 0 ? nameOf("camera", about) : std::string();
+std::string cameraLockPath(const std::string& identity) {
+    return lockFolder() + "/imgctl-camera-" + identity + ".lock";
 }
 
 } // namespace host

@@ -14,8 +14,8 @@ PictureHub::~PictureHub() {
     use(nullptr, {});
 }
 
-void PictureHub::use(image_adjust::PictureSource* source,
-                     const image_adjust::PictureFormat& format) {
+void PictureHub::use(image_adjust::PictureSource* source, const image_adjust::PictureFormat& format,
+                     std::chrono::milliseconds warmUp) {
     std::thread ended;
     {
         std::unique_lock<std::mutex> guard(m_lock);
@@ -30,6 +30,7 @@ void PictureHub::use(image_adjust::PictureSource* source,
     m_stopping = false;
     m_source = source;
     m_format = format;
+    m_warmUp = warmUp;
     m_latest.reset();
     m_problem = source == nullptr ? "this camera has no picture" : "";
     if (source != nullptr) {
@@ -53,6 +54,7 @@ void PictureHub::capture() {
         std::string problem;
         bool good = m_source->start(format, problem);
         guard.lock();
+        m_began = std::chrono::steady_clock::now();
         if (good) {
             m_problem.clear(); // what failed before is not told to who comes now
         }
@@ -105,6 +107,11 @@ PictureHub::Shared PictureHub::Viewer::next(std::chrono::milliseconds atMost,
     }
     m_seen = m_hub.m_number;
     return m_hub.m_latest;
+}
+
+bool PictureHub::isWarm() const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return std::chrono::steady_clock::now() - m_began >= m_warmUp;
 }
 
 int PictureHub::viewers() const {

@@ -26,7 +26,9 @@ public:
     PictureHub& operator=(const PictureHub&) = delete;
 
     /// Takes a source, which must outlive its use here, or null for none. Ends a capture that runs.
-    void use(image_adjust::PictureSource* source, const image_adjust::PictureFormat& format);
+    /// @param warmUp  how long its automatics need to see what is there
+    void use(image_adjust::PictureSource* source, const image_adjust::PictureFormat& format,
+             std::chrono::milliseconds warmUp = {});
 
     /// Somebody who watches. Pictures are captured while at least one exists.
     class Viewer {
@@ -46,6 +48,9 @@ public:
         std::uint64_t m_seen = 0;
     };
 
+    /// Whether the capture runs for so long that a single picture of it looks as it should.
+    bool isWarm() const;
+
     int viewers() const;
 
     /// Pictures captured since the start, for who measures.
@@ -59,6 +64,8 @@ private:
     std::thread m_thread;
     image_adjust::PictureSource* m_source = nullptr;
     image_adjust::PictureFormat m_format;
+    std::chrono::milliseconds m_warmUp{0};
+    std::chrono::steady_clock::time_point m_began; ///< the capture
     int m_viewers = 0;
     std::uint64_t m_number = 0;
     Shared m_latest;

@@ -9,6 +9,7 @@
 #include "LinuxFramework.h"
 #include "SensorConfig.h"
 #include "SensorPaths.h"
+#include "host/Catalogue.h"
 #include "host/DeviceTree.h"
 #include "host/SchemeFiles.h"
 #include "host/Text.h"
@@ -24,27 +25,74 @@ std::string styleFile(int deviceType) {
            (hasDomeStyle(deviceType) ? "/Style_dome.xml" : "/Style.xml");
 }
 
-/// The keys of a style, by which its schemes are laid out; a label or a range may change.
-std::string keysOfStyle(int deviceType) {
+std::string sumOf(const std::string& text) {
+    unsigned int sum = 5381;
+    for (const char c : text) {
+        sum = sum * 33 + static_cast<unsigned char>(c);
+    }
+    return std::to_string(sum);
+}
+
+std::string styleText(int deviceType) {
     std::string text;
     readDeviceFile(styleFile(deviceType), kLongest, text);
+    return text;
+}
+
+/// The keys of a style, by which its schemes are laid out; a label may change.
+std::string keysOfStyle(const std::string& text) {
     std::set<std::string> keys;
     for (std::size_t at = 0; (at = text.find(" id=\"", at)) != std::string::npos; at += 5) {
         keys.insert(text.substr(at + 5, text.find('"', at + 5) - at - 5));
     }
-    unsigned int sum = 5381;
+    std::string list;
     for (const std::string& key : keys) {
-        for (const char c : key + ",") {
-            sum = sum * 33 + static_cast<unsigned char>(c);
+        list += key + ",";
+    }
+    return std::to_string(keys.size()) + " keys, sum " + sumOf(list);
+}
+
+std::shared_ptr<const Catalogue> controlsOf(const std::string& style) {
+    CatalogueSource source;
+    source.style = style;
+    return makeCatalogue(source);
+}
+
+/// What the controls of a style take.
+std::string rangesOfStyle(const std::string& text) {
+    std::string list;
+    for (const Parameter& parameter : controlsOf(text)->parameters) {
+        list += parameter.shortName + " " +
+                (parameter.style ? parameter.style->text() : std::string()) + "\n";
+    }
+    return "sum " + sumOf(list);
+}
+
+/// A saved value that a style does not take, as a part of a sentence; "" where there is none.
+std::string outsideOf(const std::string& style) {
+    const std::shared_ptr<const Catalogue> controls = controlsOf(style);
+    for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
+        std::vector<KeyVal> values;
+        savedValues(scheme, values);
+        for (const KeyVal& value : values) {
+            const Parameter* const about = controls->find(value.key);
+            if (about != nullptr && about->style &&
+                !about->style->allows(static_cast<int>(value.value))) {
+                return about->styleName + " is saved as " +
+                       std::to_string(static_cast<int>(value.value)) + ", this style takes " +
+                       about->style->text();
+            }
         }
     }
-    return std::to_string(keys.size()) + " keys, sum " + std::to_string(sum);
+    return "";
 }
 
 std::string lineOf(const std::string& text, const std::string& name) {
-    const std::size_t begin = text.find(name + " ");
-    return begin == std::string::npos ? std::string()
-                                      : text.substr(begin, text.find('\n', begin) - begin);
+    const std::string lines = "\n" + text;
+    const std::size_t begin = lines.find("\n" + name + " ");
+    return begin == std::string::npos
+               ? std::string()
+               : lines.substr(begin + 1, lines.find('\n', begin + 1) - begin - 1);
 }
 
 bool anythingSaved() {
@@ -66,20 +114,22 @@ void check(const std::string& path, std::vector<std::string>& problems) {
     std::string text;
     TiXmlDocument document;
     if (!readDeviceFile(path, kLongest, text)) {
-        problems.push_back(path + " is missing or cannot be read");
+        problems.push_back(onHost(path) + " is missing or cannot be read");
     } else if (!parseXml(text, document) || document.RootElement() == nullptr) {
-        problems.push_back(path + " is no XML");
+        problems.push_back(onHost(path) + " is no XML");
     }
 }
 
 } // namespace
 
 std::string identityOf(int deviceType, int module, const std::string& detail) {
+    const std::string style = styleText(deviceType);
     return "device type " + std::to_string(deviceType) + "\nmodule " + std::to_string(module) +
-           "\ndetail " + printable(detail) + "\nstyle of " + keysOfStyle(deviceType) + "\n";
+           "\ndetail " + printable(detail) + "\nstyle of " + keysOfStyle(style) + "\nranges " +
+           rangesOfStyle(style) + "\n";
 }
 
-std::string savedForOther(const std::string& identity) {
+std::string savedForOther(const std::string& identity, int deviceType) {
     std::string before;
     if (!readDeviceFile(sensor_paths::kSavedFor, kLongest, before) || before == identity ||
         !anythingSaved()) {
@@ -92,7 +142,10 @@ std::string savedForOther(const std::string& identity) {
             return "they were saved for " + printable(was) + ", this is " + is;
         }
     }
-    return "";
+    // Other ranges matter where a value no longer fits.
+    const std::string was = lineOf(before, "ranges");
+    return was.empty() || was == lineOf(identity, "ranges") ? std::string()
+                                                            : outsideOf(styleText(deviceType));
 }
 
 void rememberSavedFor(const std::string& identity) {
@@ -137,7 +190,7 @@ std::vector<std::string> treeProblems(int deviceType) {
         }
     }
     if (error) {
-        problems.push_back(languages + " is missing");
+        problems.push_back(onHost(languages) + " is missing");
     }
     std::sort(problems.begin(), problems.end());
     return problems;

@@ -14,8 +14,9 @@ namespace host {
 std::string identityOf(int deviceType, int module, const std::string& detail);
 
 /// What differs from the camera that the saved schemes belong to, as a part of a sentence: "they were
-/// saved for device type 1, this is device type 4"; "" where nothing does, or nothing is saved.
-std::string savedForOther(const std::string& identity);
+/// saved for device type 1, this is device type 4"; "" where nothing does, or nothing is saved. A style
+/// is another one by its keys, or by its ranges where a saved value is outside of them.
+std::string savedForOther(const std::string& identity, int deviceType);
 
 /// Keeps the identity. Where it cannot be written, the next start asks nothing.
 void rememberSavedFor(const std::string& identity);

@@ -6,10 +6,6 @@
 
 namespace host::simulator {
 
-void setLight(int level) {
-    simulated_ia::setLight(static_cast<unsigned int>(level));
-}
-
 void fail(u32 command, int code, unsigned int count) {
     simulated_ia::fail(command, code, count);
 }
@@ -54,7 +50,7 @@ bool setDials(const Dials& dials, std::string& problem) {
             return false;
         }
     }
-    setLight(dials.light);
+    simulated_ia::setLight(static_cast<unsigned int>(dials.light));
     simulated_ia::setFog(static_cast<unsigned int>(dials.fog));
     simulated_ia::setLamp(static_cast<unsigned int>(dials.lamp));
     simulated_ia::setShake(static_cast<unsigned int>(dials.shake));

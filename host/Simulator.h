@@ -9,9 +9,6 @@
 /// not the camera's settings; Refresh or Settle makes the snapshot follow at once.
 namespace host::simulator {
 
-/// Light on the sensor, 0 (dark) .. 100 (bright).
-void setLight(int level);
-
 /// Lets a command of the layer fail with a code, so many times; 0: until the code is 0.
 void fail(u32 command, int code, unsigned int count);
 

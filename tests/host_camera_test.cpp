@@ -284,6 +284,45 @@ TEST_F(HostCamera, WritesDownWhoDidWhat) {
     EXPECT_FALSE(complete);
 }
 
+TEST_F(HostCamera, AWindowAcrossMidnightIsRecordedInBothSchemesOrInNone) {
+    start();
+    perform(SetMode{false});
+    perform(SwitchScheme{1}); // so that the morning's values go to the device, which can fail
+    for (const u32 key : {KEY_BRIGHTNESS, KEY_CONTRAST, KEY_SATURATION, KEY_SHARPNESS}) {
+        ASSERT_TRUE(perform(SetValues{{{key, 30}}, 0, WhenNotInForce::Record}).done());
+    }
+    const auto values = [this](int scheme) {
+        return *camera.snapshot()->schemes[static_cast<std::size_t>(scheme)].values;
+    };
+    const std::vector<int> before[] = {values(0), values(1)};
+    int refused = 0;
+    for (unsigned long n = 1; n < 80; ++n) {
+        simulated_ia::failNthCall(n, -1);
+        const Outcome outcome = perform(SetWindow{0, {true, 18, 0, 6, 30}, 1});
+        simulated_ia::failNthCall(0, 0);
+        if (outcome.done()) {
+            EXPECT_EQ(18, stored(0, KEY_SCHEME_START_HOUR));
+            EXPECT_EQ(24, stored(0, KEY_SCHEME_END_HOUR));
+            EXPECT_EQ(30, stored(1, KEY_SCHEME_END_MIN));
+            EXPECT_EQ(30, stored(1, KEY_SHARPNESS));
+            EXPECT_TRUE(perform(Undo{outcome.entry}).done());
+        } else {
+            ++refused;
+            EXPECT_EQ(Result::Refused, outcome.result);
+            EXPECT_EQ(0U, outcome.entry);
+        }
+        ASSERT_EQ(before[0], values(0)) << n;
+        ASSERT_EQ(before[1], values(1)) << n;
+    }
+    EXPECT_GT(refused, 2);
+    EXPECT_TRUE(soon([this] { return sensorValue(KEY_SHARPNESS) == stored(1, KEY_SHARPNESS); }));
+    for (const SetWindow& wrong : {SetWindow{0, {true, 18, 0, 6, 0}, 0},    // needs another one
+                                   SetWindow{0, {true, 6, 0, 18, 0}, 1},    // needs none
+                                   SetWindow{0, {true, 18, 0, 6, 0}, 4}}) { // has no window
+        EXPECT_EQ(Result::Refused, perform(wrong).result);
+    }
+}
+
 TEST_F(HostCamera, BringsEverythingBackToADeviceThatWasAway) {
     start();
     set(KEY_BRIGHTNESS, 60);

@@ -20,16 +20,16 @@ keys=$(awk -F'|' '/^\| [0-9]/ && NF == 8' "$source/docs/keys.md" | wc -l)
 sed "s|WORK|$work|;s|KEYS|$keys|" >"$work/table" <<'END'
 mode 0|mode 0
 scheme 0|scheme 0
-set scheme-end-hour=24 (Contrast,99)|set 0
-set (34,60)(2337,55)|set 0
-apply brightness=70|apply 0
+set scheme-end-hour=24 (Contrast,99)|set done
+set (34,60)(2337,55)|set done
+apply brightness=70|apply done
 get (2337,KEY_BRIGHTNESS)|get (2337,55)(34,70)
-restore brightness|restore 0
-restore-ae|restore-ae 1
-flush|flush 0
-set brightness=61|set 0
+restore brightness|restore done
+restore-ae|restore-ae done
+flush|flush done
+set brightness=61|set done
 diff|diff scheme=0 file=1 factory=*
-reload|reload 1
+reload|reload done
 limit brightness 50 40,50,61|limit 34 50 40,50,61
 all|all (8000,1)(8001,0)(8002,0)(8003,24)(8004,0)(34,61)(2337,55)(2353,99)*
 unlimit 34|unlimit 34
@@ -39,7 +39,7 @@ day-night|day-night 1
 fail 153 -1 1|fail 153 -1 1
 status|status scheme=0 mode=0 schemes=4 * day-night=- device-type=1 *
 version|version ?*
-lens zoom-in|lens zoom-in 1
+lens zoom-in|lens zoom-in done
 zoom 24576|zoom position=* ratio=* moving=*
 wait 20|wait 20
 zoom|zoom position=24576 ratio=2000 moving=0
@@ -50,16 +50,16 @@ af|af [0-9]*
 wdr|wdr mode=0 allowed=1
 mirror|mirror 0
 keys|keys KEYS
-set expose_mode=manual,max_shutter=1/25 mirror=off --save|set 0
-set brightness=90 --dry-run|set 0
+set expose_mode=manual,max_shutter=1/25 mirror=off --save|set done
+set brightness=90 --dry-run|set done
 get brightness|get (34,61)
-try 3600 contrast=7|try 0
+try 3600 contrast=7|try done
 get contrast|get (2353,7)
 drop|drop done
 get contrast|get (2353,99)
-try 3600 contrast=8|try 0
-keep|keep 0
-undo|undo 0
+try 3600 contrast=8|try done
+keep|keep done
+undo|undo done
 get contrast|get (2353,99)
 history 3|history 3
 window 2 08:00-09:00|window 2 08:00-09:00
@@ -82,7 +82,7 @@ snapshot WORK/picture.jpg|snapshot * 640x360
 style|style [1-9]*
 common 77|common 77 [1-9]*
 export WORK/exported|export *
-reset|reset 1
+reset|reset done
 import WORK/exported|import * changed=[1-9]*
 wait 15|wait 15
 get brightness|get (34,61)
@@ -133,7 +133,7 @@ run locked -c reset -c 'get (34)'
 imgctl=("${bound[@]}")
 chmod u+w "$work/locked/mnt/mtd/code/config_file"
 expect 'reset of a read-only tree' "$status $(grep -a ^imgctl "$work/err") $(oneline "$work/answers")" \
-    '1 *sensor0.cfg could not be removed; *reset 0;get (34,62);'
+    '1 *sensor0.cfg could not be removed; *reset failed;get (34,62);'
 
 before=$(scheme_files)
 printf '[scheme 0]\nKEY_CONTRAST = 1\nbrightnes = 1\n[scheme 9]\nsaturation = 256\n' >"$work/wrong"
@@ -173,6 +173,21 @@ run main --device-type 4 --convert -c 'mode 0' -c 'scheme 0' -c 'get brightness'
 expect 'converted' "$status $(oneline "$work/answers")$(<"$work/err")" '0 *get (34,61);imgctl: carried over *'
 run main --device-type 4 get brightness; expect 'after a conversion' "$status $(<"$work/err")" '0 '
 
+# Other ranges matter where a saved value no longer fits, and what is broken is named with its place
+run main -c 'mode 0' -c 'scheme 0' -c 'set contrast=12 --save'
+config=$work/main/hd1/moduleConfig/sensorConfig
+for most in 120 98 255; do # another scheme has 99
+    sed -i "/name=\"contrast\"/s/max=\"[0-9]*\"/max=\"$most\"/" "$config/style/Style_dome.xml"
+    run main get contrast; expect "contrast up to $most" "$status $(oneline "$work/answers")$(<"$work/err")" "$(
+        [ $most = 98 ] && echo '1 *: contrast is saved as 99, this style takes 0..98; --convert *' ||
+            echo '0 get (2353,12);')"
+done
+cp -r "$work/main" "$work/broken"
+rm "$work/broken/hd1/moduleConfig/sensorConfig/language/1/common.xml"
+run broken get contrast; expect 'missing' "$status $(<"$work/err")" '0 imgctl: /*/broken/hd1/*/1/common.xml is missing*'
+echo '<' >"$work/broken/hd1/moduleConfig/moduleConfig.xml"
+run broken get contrast; expect 'broken' "$status $(<"$work/err")" '1 *not whole*module 3*/moduleConfig.xml is no XML*'
+
 # Reports go to standard error without colours, and more of them hold for one run
 run main --debug-level 6 set contrast=12
 expect 'reports' "$(grep -c . "$work/out") $(grep -c $'\e' "$work/err") $(grep -c . "$work/err")" '2 0 [1-9]*'
@@ -205,17 +220,22 @@ if [ ${#imgctl[@]} = 1 ] && [ -x "$daemon" ]; then
     url=$(sed -n 's|.*serving at \(.*\)/$|\1|p' "$work/daemon")
     for where in "--device $work/served" "--connect $url"; do
         while IFS='|' read -r command answer; do
-            $imgctl $where -c "$command" >"$work/out" 2>"$work/err" </dev/null; status=$?
+            $imgctl $where -c "${command/WORK/$work}" >"$work/out" 2>"$work/err" </dev/null; status=$?
             expect "$command $where" "$status $(cat "$work/out" "$work/err" | tr '\n' ';')" "$answer"
         done <<'COMMANDS'
 mode manual|0 mode 0;
 scheme 0|0 scheme 0;
-set contrast=41|0 set 0;  Contrast is 41 *;
+set contrast=41|0 set done;  Contrast is 41 *;
 get Contrast|0 get (2353,41);
-set contrast=999|3 set -2353;imgctl: set: Contrast takes 0..255; 999 was refused. 41 stays in force.;
+set contrast=999|3 set rejected;imgctl: set: Contrast takes 0..255; 999 was refused. 41 stays in force.;
 explain contrast --json|0 {"key":2353,*};
 export -|0 *[[]scheme 0[]]*;
 get nothing at all|3 *no key 'nothing'*
+all|0 all (8000,*;
+wdr 0|0 wdr mode=0 allowed=0;
+light 50|0 light 50;
+snapshot WORK/picture.jpg|0 snapshot * 640x360;
+undo|0 undo done;*
 window 0 7|2 *
 wait 1|3 *another program runs this camera*
 COMMANDS
@@ -225,7 +245,7 @@ fi
 
 for name in one three; do # two cameras at once
     tree $name; "${imgctl[@]}" --device "$work/$name" --speed 50 -c 'mode 0' -c 'scheme 0' \
-        -c "set contrast=${#name}" -c 'wait 20' -c 'get contrast' >"$work/$name.out" &
+        -c "set contrast=${#name}" -c 'wait 20' -c 'get contrast' >"$work/$name.out" 2>/dev/null &
 done
 wait
 expect 'two at once' "$(tail -qn 1 "$work/one.out" "$work/three.out" | xargs)" 'get (2353,3) get (2353,5)'

@@ -175,7 +175,12 @@ TEST(V4l2Cameras, AreFoundAgainButNotTakenForTheirTwins) {
             others.push_back(twin);
         }
         driver.addCamera(4, one.portThen, one.serial);
+        driver.addCamera(9, "1-9", one.serial);
         v4l2::CameraInfo camera;
+        const std::vector<v4l2::CameraInfo> there = v4l2::knownCameras(driver.places());
+        EXPECT_EQ(one.serial[0] == '\0', there.at(0).identity != there.at(1).identity);
+        EXPECT_EQ(there.at(0).model, v4l2::modelOf(there.at(0).identity));
+        driver.removeCamera(9);
         EXPECT_EQ(one.found, v4l2::findAgain(lost, others, driver.places(), camera))
             << one.serial << " " << one.portThen;
     }

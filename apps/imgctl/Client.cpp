@@ -1,11 +1,37 @@
 #include "Client.h"
 
+#include <chrono>
+
+#include "host/Camera.h"
+#include "host/PictureHub.h"
+
 namespace imgctl {
 namespace {
 
+constexpr std::chrono::seconds kPatience(5);
+
 class OwnCamera : public Client {
 public:
-    explicit OwnCamera(host::Camera& camera) : m_api(camera) {}
+    explicit OwnCamera(host::Camera& camera) : m_camera(camera), m_api(camera) {}
+
+    std::string picture(std::string& problem) override {
+        using Clock = std::chrono::steady_clock;
+        const Clock::time_point start = Clock::now();
+        host::PictureHub::Viewer viewer(m_camera.pictures());
+        host::PictureHub::Shared picture;
+        while (picture == nullptr || !m_camera.pictures().isWarm()) {
+            const auto next = viewer.next(std::chrono::milliseconds(500), problem);
+            picture = next != nullptr ? next : picture;
+            if (next == nullptr && (!problem.empty() || Clock::now() - start > kPatience)) {
+                break;
+            }
+        }
+        if (picture == nullptr) {
+            problem = problem.empty() ? "no picture came" : problem;
+            return std::string();
+        }
+        return std::string(picture->jpeg.begin(), picture->jpeg.end());
+    }
 
 protected:
     bool send(const host::api::Request& request, host::api::Response& response,
@@ -15,6 +41,7 @@ protected:
     }
 
 private:
+    host::Camera& m_camera;
     host::api::Api m_api;
 };
 

@@ -37,6 +37,9 @@ public:
     Answer ask(const std::string& method, const std::string& path, const Query& query = {},
                const std::string& body = {});
 
+    /// Asks for what the camera sees. @return a JPEG file; "" with the problem
+    virtual std::string picture(std::string& problem) = 0;
+
     /// The language of labels, for all further requests.
     void useLanguage(int language) { m_language = language; }
 

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t kMostAnswer = 16UL << 20;
 constexpr long kMostSeconds = 60;
+const char kPicture[] = "/picture.jpg"; ///< stands beside the API
 
 std::size_t receive(char* data, std::size_t size, std::size_t count, void* target) {
     std::string& text = *static_cast<std::string*>(target);
@@ -63,6 +64,24 @@ public:
         m_remote.fingerprint = plainFingerprint(m_remote.fingerprint);
     }
     ~Elsewhere() override { curl_easy_cleanup(m_curl); }
+
+    std::string picture(std::string& problem) override {
+        host::api::Request request;
+        request.method = "GET";
+        request.path = kPicture;
+        host::api::Response response;
+        if (!send(request, response, problem)) {
+            return std::string();
+        }
+        if (response.status != 200) {
+            const Json why = Json::parse(*response.body, nullptr, false);
+            problem = why.is_object() && why.contains("detail") && why["detail"].is_string()
+                          ? why["detail"].get<std::string>()
+                          : "it answered with status " + std::to_string(response.status);
+            return std::string();
+        }
+        return *response.body;
+    }
 
 protected:
     bool send(const host::api::Request& request, host::api::Response& response,
@@ -156,7 +175,7 @@ private:
 
     std::string urlOf(const host::api::Request& request) const {
         std::string url = m_remote.socket.empty() ? m_remote.url : "http://localhost";
-        url += "/api/v1";
+        url += request.path == kPicture ? "" : "/api/v1";
         std::string part;
         for (const char c : request.path + "/") {
             if (c != '/') {

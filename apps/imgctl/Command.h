@@ -11,6 +11,9 @@ namespace imgctl {
 /// How a command ended; the number is the exit status, and the highest of a run counts.
 enum class Status { done = 0, failed = 1, usage = 2, rejected = 3 };
 
+/// The same as a word, with which commands answer that have nothing else to tell.
+const char* word(Status status);
+
 /// The camera that commands are about.
 struct Target {
     Client& client;
@@ -39,9 +42,6 @@ struct Call {
     /// The camera of this process; only for commands that are marked so.
     host::Camera& camera() const { return *target.camera; }
 
-    /// Asks the camera of this process what the API does not offer.
-    host::Outcome perform(host::Operation operation) const;
-
     /// Prints "NAME TEXT" on standard output, at once. No control character passes, here and below.
     void answer(const std::string& text) const;
 
@@ -50,9 +50,6 @@ struct Call {
 
     /// Prints what is wrong on standard error. @return the status, for the caller to give back
     Status refuse(Status status, const std::string& what) const;
-
-    /// The same for an answer of the camera of this process.
-    Status refuse(const host::Outcome& outcome) const;
 };
 
 /// How a run ends with such an answer: the same for the same fault, whatever the command was.

@@ -5,7 +5,6 @@
 
 #include "CommandFunctions.h"
 #include "Output.h"
-#include "host/Sentences.h"
 #include "host/Text.h"
 
 namespace imgctl {
@@ -80,17 +79,6 @@ Status Call::refuse(Status status, const std::string& what) const {
     return status;
 }
 
-Status Call::refuse(const host::Outcome& outcome) const {
-    const std::string what = host::reasonText(outcome.refusal);
-    return refuse(Status::failed, what.empty() ? "it failed" : what);
-}
-
-host::Outcome Call::perform(host::Operation operation) const {
-    host::Origin origin;
-    origin.client = "imgctl";
-    return camera().perform(std::move(operation), std::move(origin));
-}
-
 Answer Call::ask(const std::string& method, const std::string& path, const Query& query) const {
     return target.client.ask(method, path, query);
 }
@@ -110,6 +98,11 @@ bool Call::told(const Answer& answer, Status& status) const {
         return true;
     }
     return false;
+}
+
+const char* word(Status status) {
+    static const char* const words[] = {"done", "failed", "not understood", "rejected"};
+    return words[static_cast<int>(status)];
 }
 
 Status statusOf(const Answer& answer) {
@@ -143,7 +136,7 @@ const std::vector<Command>& commands() {
         {"keep", "", "record what is on trial", runKeep},
         {"drop", "", "end the trial at once", runDrop},
         {"get", "KEYS", "read one key, several, or a query such as (34,2337)", runGet},
-        {"all", "", "every parameter of the current scheme, corrected by the layer", runAll, true},
+        {"all", "", "every parameter of the current scheme, corrected by the layer", runAll},
         {"keys", "[WORD]",
          "table of keys: value, saved and factory value, what is allowed, what holds it; with WORD "
          "those that have to do with it",
@@ -182,7 +175,7 @@ const std::vector<Command>& commands() {
          "checks",
          runImport},
         {"snapshot", "FILE", "write what the camera sees to a JPEG file of this machine",
-         runSnapshot, true},
+         runSnapshot},
         {"style", "", "the controls of the user interface (XML), after a line with their size",
          runStyle},
         {"language", "ID", "the texts of a language, after a line with their size", runLanguage},
@@ -201,7 +194,7 @@ const std::vector<Command>& commands() {
          runCompliance, true},
         {"fail", "CMD CODE [COUNT]",
          "let a command of the layer fail COUNT times, or until CODE is 0", runFail, true},
-        {"light", "LEVEL", "light on the sensor, 0 (dark) to 100", runLight, true},
+        {"light", "LEVEL", "light on the sensor, 0 (dark) to 100", runLight},
         {"limit", "CMD DEFAULT ITEM[,ITEM...]", "allow only these values of a command", runLimit,
          true},
         {"unlimit", "CMD", "allow all values of a command again", runUnlimit, true},

@@ -34,7 +34,7 @@ Status runCompliance(const Call& call) {
     settings.print = printLine;
     settings.interrupted = takeInterrupt;
     int failed = 0;
-    call.perform(
+    call.camera().perform(
         host::WithLayer{[&] { failed = compliance::run(commands, only, settings).failed; }});
     return failed > 0 ? Status::failed : Status::done;
 }

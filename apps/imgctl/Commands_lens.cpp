@@ -58,7 +58,7 @@ Status runLens(const Call& call) {
         const Answer answer = call.ask("POST", std::string("/lens/") + move);
         Status status = Status::done;
         if (!call.json) {
-            call.answer(std::string(move) + (answer.good() ? " 1" : " 0"));
+            call.answer(std::string(move) + " " + word(statusOf(answer)));
         }
         if (call.json || !answer.good()) {
             call.told(answer, status);
@@ -144,12 +144,14 @@ Status runWdr(const Call& call) {
             return call.refuse(Status::usage, host::quoted(call.arguments[0]) +
                                                   " is not allowed; allowed: 0 or 1");
         }
-        if (call.target.camera == nullptr) {
-            return call.refuse(Status::rejected, "this is for the program that runs the camera");
-        }
-        call.perform(host::AllowWideDynamicRange{value == 1});
     }
     Status status = Status::done;
+    if (!call.arguments.empty()) {
+        const Answer answer = call.ask("PUT", "/wide-dynamic-range", Json{{"allowed", value == 1}});
+        if (!answer.good() && call.told(answer, status)) {
+            return status;
+        }
+    }
     const Answer camera = call.ask("GET", "/camera");
     const Answer mode = call.ask("GET", "/parameters/" + std::to_string(KEY_WDR_MODE));
     for (const Answer& answer : {camera, mode}) {

@@ -13,16 +13,6 @@ namespace {
 
 using Options = std::vector<std::pair<std::string, std::string>>;
 
-/// Minus the key that was refused, as the library answers; 0 for none.
-std::string codeOf(const Json& document) {
-    for (const Json& result : document.value("results", Json::array())) {
-        if (textOf(result, "outcome") == "refused") {
-            return "-" + numberOf(result, "key");
-        }
-    }
-    return "0";
-}
-
 bool isWrong(const Json& result) {
     const std::string outcome = textOf(result, "outcome");
     return outcome == "refused" || outcome == "taken_differently" || outcome == "not_tried";
@@ -65,7 +55,7 @@ Status tell(const Call& call, const Answer& answer) {
     if ((call.json || !hasResults) && call.told(answer, status)) {
         return status;
     }
-    call.answer(codeOf(answer.document));
+    call.answer(word(statusOf(answer)));
     tellResults(call, answer.document);
     return statusOf(answer);
 }
@@ -190,9 +180,12 @@ Status runGet(const Call& call) {
 }
 
 Status runAll(const Call& call) {
-    const host::Outcome outcome = call.perform(host::CorrectScheme{});
-    call.answer(outcome.text);
-    return outcome.done() ? Status::done : call.refuse(outcome);
+    const Answer answer = call.ask("POST", "/correct");
+    Status status = Status::done;
+    if (!call.told(answer, status)) {
+        call.answer(textOf(answer.document, "text"));
+    }
+    return status;
 }
 
 Status runRestore(const Call& call) {
@@ -204,7 +197,7 @@ Status runRestoreAe(const Call& call) {
     const Answer answer = call.ask(
         "POST", "/restore", Json{{"keys", Json::array({KEY_EXPOSE_MODE, KEY_AUTO_FOCUS_MODE})}});
     if (!call.json) {
-        call.answer(answer.good() ? "1" : "0");
+        call.answer(word(statusOf(answer)));
     }
     Status status = Status::done;
     call.told(answer, status);
@@ -214,7 +207,7 @@ Status runRestoreAe(const Call& call) {
 Status runReload(const Call& call) {
     const Answer answer = call.ask("POST", "/reload");
     if (!call.json) {
-        call.answer(answer.good() ? "1" : "0");
+        call.answer(word(statusOf(answer)));
     }
     Status status = Status::done;
     call.told(answer, status);
@@ -224,7 +217,7 @@ Status runReload(const Call& call) {
 Status runReset(const Call& call) {
     const Answer answer = call.ask("POST", "/reset");
     if (!call.json) {
-        call.answer(answer.good() ? "1" : "0");
+        call.answer(word(statusOf(answer)));
     }
     Status status = Status::done;
     call.told(answer, status);
@@ -258,7 +251,7 @@ Status runDrop(const Call& call) {
     const Answer answer = call.ask("DELETE", "/trial");
     Status status = Status::done;
     if (!call.told(answer, status)) {
-        call.answer("done");
+        call.answer(word(status));
     }
     return status;
 }

@@ -1,43 +1,34 @@
-#include <chrono>
-
 #include "CommandFunctions.h"
 #include "host/Files.h"
-#include "host/PictureHub.h"
 
 namespace imgctl {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::seconds kPatience(5);
-/// Real cameras begin with pictures that their automatics have not seen yet.
-constexpr std::chrono::milliseconds kAutomatics(700);
+/// Width and height of a JPEG file, "640x360": they stand in its frame's head, behind segments that
+/// each tell their length.
+std::string sizeOf(const std::string& jpeg) {
+    const auto word = [&jpeg](std::size_t at) {
+        return static_cast<unsigned char>(jpeg[at]) * 256U +
+               static_cast<unsigned char>(jpeg[at + 1]);
+    };
+    for (std::size_t at = 2; at + 9 < jpeg.size(); at += 2 + word(at + 2)) {
+        const unsigned int marker = word(at);
+        if (marker >= 0xffc0U && marker <= 0xffc2U) {
+            return std::to_string(word(at + 7)) + "x" + std::to_string(word(at + 5));
+        }
+    }
+    return "";
+}
 
 } // namespace
 
 Status runSnapshot(const Call& call) {
-    const Clock::time_point start = Clock::now();
-    const bool real = !call.camera().snapshot()->layer.device.empty();
-    host::PictureHub::Viewer viewer(call.camera().pictures());
-    host::PictureHub::Shared picture;
     std::string problem;
-    while (picture == nullptr || (real && Clock::now() - start < kAutomatics)) {
-        const auto next = viewer.next(std::chrono::milliseconds(500), problem);
-        if (next != nullptr) {
-            picture = next;
-        } else if (!problem.empty() || Clock::now() - start > kPatience) {
-            break;
-        }
-    }
-    if (picture == nullptr) {
-        return call.refuse(Status::failed, problem.empty() ? "no picture came" : problem);
-    }
-    const std::string jpeg(picture->jpeg.begin(), picture->jpeg.end());
-    if (!host::replaceFile(call.arguments[0], jpeg, problem)) {
+    const std::string jpeg = call.target.client.picture(problem);
+    if (jpeg.empty() || !host::replaceFile(call.arguments[0], jpeg, problem)) {
         return call.refuse(Status::failed, problem);
     }
-    call.answer(call.arguments[0] + " " + std::to_string(picture->width) + "x" +
-                std::to_string(picture->height));
+    call.answer(call.arguments[0] + " " + sizeOf(jpeg));
     return Status::done;
 }
 

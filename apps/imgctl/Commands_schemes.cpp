@@ -73,46 +73,6 @@ Status answerWindow(const Call& call, const std::string& number) {
     return status;
 }
 
-/// A window across midnight: the evening in one scheme, the morning in another with the same values.
-Status splitWindow(const Call& call, const std::string& number, const std::string& other,
-                   const std::string& start, const std::string& end) {
-    int to = 0;
-    if (!host::readInt(other, to)) {
-        return call.refuse(Status::usage, "--with needs a scheme, not " + host::quoted(other));
-    }
-    if (number == other) {
-        return call.refuse(Status::usage, "--with needs another scheme than " + number);
-    }
-    const Answer schemes = call.ask("GET", "/schemes");
-    for (const std::string& one : {number, other}) {
-        const Json scheme = schemes.good() ? schemeIn(schemes.document, one) : Json();
-        if (schemes.good() && (scheme.is_null() || scheme.value("default", false))) {
-            return call.refuse(Status::rejected, "scheme " + one + " has no window");
-        }
-    }
-    Status status = Status::done;
-    // One after the other, and no further than the first that is refused.
-    struct Step {
-        const char* method;
-        std::string path;
-        Json body;
-    };
-    const Step steps[] = {
-        {"POST", "/schemes/" + number + "/copy", {{"to", to}}},
-        {"PUT", "/schemes/" + other, {{"enabled", true}, {"start", "00:00"}, {"end", end}}},
-        {"PUT", "/schemes/" + number, {{"enabled", true}, {"start", start}, {"end", "24:00"}}}};
-    for (const Step& step : steps) {
-        const Answer answer = call.ask(step.method, step.path, step.body);
-        if (!answer.good() && call.told(answer, status)) {
-            return status;
-        }
-    }
-    call.answer(number + " " + start + "-24:00");
-    printLine("  Scheme " + other + " has the same values now, from 00:00 to " + end +
-              ". 'save' saves both.");
-    return status;
-}
-
 } // namespace
 
 Status runScheme(const Call& call) {
@@ -200,17 +160,27 @@ Status runWindow(const Call& call) {
                                    " --with M' gives scheme M the same values and the "
                                    "time after midnight; nothing is changed");
         }
-        if (from > to && to > 0) {
-            return splitWindow(call, number, options.front().second, start, end);
-        }
         body = {{"enabled", true}, {"start", start}, {"end", to == 0 ? "24:00" : end}};
     }
+    int with = 0;
+    if (!options.empty() && !host::readInt(options.front().second, with)) {
+        return call.refuse(Status::usage,
+                           "--with needs a scheme, not " + host::quoted(options.front().second));
+    }
     if (!options.empty()) {
-        return call.refuse(Status::usage, "--with is for a window across midnight");
+        body["with"] = with;
     }
     const Answer answer = call.ask("PUT", "/schemes/" + number, body);
     Status status = Status::done;
-    return call.told(answer, status) ? status : answerWindow(call, number);
+    if (call.told(answer, status)) {
+        return status;
+    }
+    status = answerWindow(call, number);
+    if (!options.empty() && status == Status::done) {
+        printLine("  Scheme " + std::to_string(with) + " has the same values now, from 00:00 to " +
+                  textOf(body, "end") + ". 'save' saves both, 'undo' takes both back.");
+    }
+    return status;
 }
 
 Status runName(const Call& call) {
@@ -339,7 +309,7 @@ Status runFlush(const Call& call) {
         for (const Json& scheme : schemes.document["schemes"]) {
             if (call.arguments.empty() && scheme.value("in_force", false)) {
                 if (scheme.value("default", false)) {
-                    call.answer("0");
+                    call.answer(word(Status::done));
                     call.note("the default scheme is never saved");
                     return Status::done;
                 }
@@ -355,12 +325,8 @@ Status runFlush(const Call& call) {
         call.told(answer, status);
         return status;
     }
-    std::string code = "0";
     for (const Json& failed : answer.document.value("failed", Json::array())) {
         call.note(textOf(failed, "text"));
-        if (numberOf(failed, "layer_code", "0") != "0") {
-            code = numberOf(failed, "layer_code");
-        }
     }
     const bool tells = answer.document.is_object() && answer.document.contains("failed");
     if (!answer.good() && !tells) {
@@ -371,7 +337,7 @@ Status runFlush(const Call& call) {
         const std::string saved = listOf(answer.document.value("saved", Json::array()));
         call.answer(saved.empty() ? "nothing" : saved);
     } else {
-        call.answer(code);
+        call.answer(word(statusOf(answer)));
     }
     return statusOf(answer);
 }

@@ -42,9 +42,12 @@ Status runLight(const Call& call) {
     if (!host::readIntWithin(call.arguments[0], 0, 100, level)) {
         return noNumber(call, "LEVEL", call.arguments[0], "0 (dark) .. 100 (bright)");
     }
-    host::simulator::setLight(level);
-    call.answer(std::to_string(level));
-    return Status::done;
+    const Answer answer = call.ask("PUT", "/simulator", Json{{"light", level}});
+    Status status = Status::done;
+    if (!call.told(answer, status)) {
+        call.answer(std::to_string(level));
+    }
+    return status;
 }
 
 Status runLimit(const Call& call) {

@@ -79,7 +79,8 @@ std::vector<std::string> candidatesFor(const std::string& line) {
 
 bool takesFile(const std::string& line) {
     const std::vector<std::string> parts = host::words(line, 2);
-    return !parts.empty() && (parts[0] == "export" || parts[0] == "import") &&
+    return !parts.empty() &&
+           (parts[0] == "export" || parts[0] == "import" || parts[0] == "snapshot") &&
            (parts.size() > 1 || line.back() == ' ');
 }
 

@@ -7,19 +7,11 @@ namespace {
 
 std::vector<host::CommandLineOption> commandLine(Options& options) {
     std::vector<host::CommandLineOption> list = host::cameraCommandLine(options.device);
-    const auto text = [](std::string& target) {
-        return [&target](const std::string& value) {
-            target = value;
-            return !value.empty();
-        };
-    };
-    const auto flag = [](bool& target) {
-        return [&target](const std::string&) { return target = true; };
-    };
     list.push_back({"--connect", "URL", "http://NAME[:PORT] or https://NAME[:PORT]",
-                    "ask a camera elsewhere", text(options.connect)});
+                    "ask a camera elsewhere", host::takeText(options.connect)});
     list.push_back({"--token-file", "FILE", "a file of mode 0600",
-                    "the token for it (default: $IMGCTL_TOKEN)", text(options.tokenFile)});
+                    "the token for it (default: $IMGCTL_TOKEN)",
+                    host::takeText(options.tokenFile)});
     list.push_back({"--certificate", "SHA256", "64 hexadecimal digits",
                     "believe its certificate of this fingerprint, and no other",
                     [&options](const std::string& value) {
@@ -29,19 +21,17 @@ std::vector<host::CommandLineOption> commandLine(Options& options) {
                                value.size() >= 64;
                     }});
     list.push_back({"--language", "N", "0 .. 1000", "the language of labels (default 0, English)",
-                    [&options](const std::string& value) {
-                        return host::readIntWithin(value, 0, 1000, options.language);
-                    }});
-    list.push_back(
-        {"--json", "", "", "print the documents that the camera answers with", flag(options.json)});
+                    host::takeNumber(0, 1000, options.language)});
+    list.push_back({"--json", "", "", "print the documents that the camera answers with",
+                    host::takeFlag(options.json)});
     list.push_back({"-c", "COMMAND", "a command",
                     "run this command; repeatable (default: standard input)",
                     [&options](const std::string& value) {
                         options.commands.push_back(value);
                         return true;
                     }});
-    list.push_back({"--help", "", "", "show this help; -h too", flag(options.help)});
-    list.push_back({"--version", "", "", "show the version", flag(options.version)});
+    list.push_back({"--help", "", "", "show this help; -h too", host::takeFlag(options.help)});
+    list.push_back({"--version", "", "", "show the version", host::takeFlag(options.version)});
     return list;
 }
 
@@ -50,8 +40,7 @@ std::vector<host::CommandLineOption> commandLine(Options& options) {
 bool readOptions(int argc, char* const* argv, Options& options, std::string& problem) {
     // What stands behind the first word belongs to the command, options too.
     std::vector<host::CommandLineOption> list = commandLine(options);
-    list.push_back(
-        {"-h", "", "", "", [&options](const std::string&) { return options.help = true; }});
+    list.push_back({"-h", "", "", "", host::takeFlag(options.help)});
     list.push_back({"--complete", "LINE", "a line", "", [&options](const std::string& value) {
                         options.completeLine = value;
                         return options.complete = true;

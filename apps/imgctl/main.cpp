@@ -144,7 +144,15 @@ Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
     }
     const std::unique_ptr<imgctl::Client> client = imgctl::clientOf(camera);
     client->useLanguage(options.language);
-    return runCommands({*client, &camera, options.json}, options, terminal);
+    const Status worst = runCommands({*client, &camera, options.json}, options, terminal);
+    const int unsaved = camera.snapshot()->unsaved;
+    if (unsaved != 0) {
+        imgctl::printError(
+            (unsaved == 1 ? "a value is not saved and ends"
+                          : std::to_string(unsaved) + " values are not saved and end") +
+            std::string(" with this program ('save' or 'set --save' keeps what is set)"));
+    }
+    return worst;
 }
 
 /// Runs the camera with its trace, which it needs to the end.

@@ -361,6 +361,11 @@ void Service::handleApi(const Shared& exchange, const Identity& who, const std::
     }
     asked.body = request.body;
     asked.who = who.name;
+    if (asked.who.empty()) {
+        asked.who = request.local
+                        ? "someone at this machine"
+                        : "someone without login from " + clientAddress(request, m_options.names);
+    }
     asked.client = streamOwner(request, who);
     m_api.handle(asked, [this, exchange](const host::api::Response& response) {
         answer(exchange, toHttp(response));

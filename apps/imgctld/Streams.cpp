@@ -204,7 +204,7 @@ void Pictures::run() {
                     latest.number = m_latest.number + 1;
                     m_latest = latest;
                 }
-                if (latest.jpeg != nullptr || !problem.empty() || m_ending ||
+                if ((latest.jpeg != nullptr && m_hub.isWarm()) || !problem.empty() || m_ending ||
                     now - last > kSingleAtMost) {
                     waiting.swap(m_waiting);
                 }

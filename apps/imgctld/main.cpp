@@ -41,35 +41,23 @@ struct Arguments {
 
 std::vector<host::CommandLineOption> commandLine(Arguments& to) {
     std::vector<host::CommandLineOption> options = host::cameraCommandLine(to.device);
-    const auto text = [](std::string& target) {
-        return [&target](const std::string& value) {
-            target = value;
-            return !value.empty();
-        };
-    };
-    const auto flag = [](bool& target) {
-        return [&target](const std::string&) { return target = true; };
-    };
-    const auto list = [](std::vector<std::string>& target) {
-        return [&target](const std::string& value) {
-            target.push_back(value);
-            return !value.empty();
-        };
-    };
+    using host::takeFlag;
+    using host::takeText;
+    using host::takeTexts;
     options.insert(
         options.end(),
         {{"--listen", "ADDRESS:PORT", "an IP address and a port",
-          "where to serve (default 127.0.0.1:8080); port 0: any free one", text(to.listen)},
+          "where to serve (default 127.0.0.1:8080); port 0: any free one", takeText(to.listen)},
          {"--users", "FILE", "a file",
           "users and tokens (default: users.cfg in the device tree); see imgctl user",
-          text(to.users)},
+          takeText(to.users)},
          {"--tls-cert", "FILE", "a PEM file", "certificate; see imgctl tls new",
-          text(to.certificate)},
-         {"--tls-key", "FILE", "a PEM file of mode 0600", "its key", text(to.key)},
+          takeText(to.certificate)},
+         {"--tls-key", "FILE", "a PEM file of mode 0600", "its key", takeText(to.key)},
          {"--insecure-http", "", "", "serve other machines without encryption",
-          flag(to.insecureHttp)},
+          takeFlag(to.insecureHttp)},
          {"--name", "NAME", "a host name", "a name that this service is reached by; repeatable",
-          list(to.names)},
+          takeTexts(to.names)},
          {"--trusted-proxy", "ADDRESS", "an IP address",
           "believe this proxy who it speaks for; repeatable",
           [&to](const std::string& value) {
@@ -83,13 +71,11 @@ std::vector<host::CommandLineOption> commandLine(Arguments& to) {
               return value.compare(0, 7, "http://") == 0 || value.compare(0, 8, "https://") == 0;
           }},
          {"--no-login", "", "", "everybody on this machine may do everything, and see the picture",
-          flag(to.noLogin)},
+          takeFlag(to.noLogin)},
          {"--videos", "N", "1 .. 100", "how many may watch at a time (default 16)",
-          [&to](const std::string& value) {
-              return host::readIntWithin(value, 1, 100, to.videos);
-          }},
-         {"--help", "", "", "show this help", flag(to.help)},
-         {"--version", "", "", "show the version", flag(to.version)}});
+          host::takeNumber(1, 100, to.videos)},
+         {"--help", "", "", "show this help", takeFlag(to.help)},
+         {"--version", "", "", "show the version", takeFlag(to.version)}});
     return options;
 }
 

@@ -3,6 +3,7 @@
 #include "host/Names.h"
 #include "host/Sentences.h"
 #include "host/api/Documents.h"
+#include "host/api/Pieces.h"
 
 namespace host::api {
 namespace {
@@ -30,21 +31,13 @@ const char* resultName(KeyResult result) {
 }
 
 /// What a refusal tells beside its sentence.
-void addRefusal(Json& document, const Snapshot& snapshot, const Refusal& refusal) {
+void addRefusal(Json& document, const Snapshot& snapshot, const Refusal& refusal, int language) {
     if (refusal.allowed) {
-        document["range"] = {{"min", refusal.allowed->minimum},
-                             {"max", refusal.allowed->maximum},
-                             {"step", refusal.allowed->step}};
-        if (!refusal.allowed->items.empty()) {
-            document["range"]["items"] = refusal.allowed->items;
-        }
+        document["range"] = limitsDocument(refusal.allowed);
     }
     if (refusal.blocker) {
-        const Parameter* const blocker = snapshot.parameter(*refusal.blocker);
-        document["blocker"] = {
-            {"key", *refusal.blocker},
-            {"name", blocker != nullptr ? blocker->shortName : std::to_string(*refusal.blocker)},
-            {"text", refusal.detail}};
+        document["blocker"] = nameAndLabel(snapshot, *refusal.blocker, language);
+        document["blocker"]["text"] = refusal.detail;
     }
     if (refusal.code != 0) {
         document["layer_code"] = refusal.code;
@@ -53,22 +46,17 @@ void addRefusal(Json& document, const Snapshot& snapshot, const Refusal& refusal
 
 Json keyDocument(const Snapshot& snapshot, const KeyOutcome& outcome, int language) {
     const Parameter* const parameter = snapshot.parameter(outcome.key);
-    Json result = {
-        {"key", outcome.key},
-        {"name", parameter != nullptr ? parameter->shortName : std::to_string(outcome.key)},
-        {"symbol", parameter != nullptr ? parameter->name : std::string()},
-        {"label", parameter != nullptr ? parameter->label(language) : std::to_string(outcome.key)},
-        {"asked", outcome.wanted},
-        {"before", orNull(outcome.before)},
-        {"value", orNull(outcome.taken)},
-        {"value_text", parameter != nullptr && outcome.taken
-                           ? Json(valueText(*parameter, *outcome.taken, language))
-                           : Json(nullptr)},
-        {"outcome", resultName(outcome.result)},
-        {"text", sentence(snapshot, outcome, language)}};
+    Json result = nameAndLabel(snapshot, outcome.key, language);
+    result["symbol"] = parameter != nullptr ? parameter->name : std::string();
+    result["asked"] = outcome.wanted;
+    result["before"] = orNull(outcome.before);
+    result["value"] = orNull(outcome.taken);
+    result["value_text"] = valueTextOf(snapshot, outcome.key, outcome.taken, language);
+    result["outcome"] = resultName(outcome.result);
+    result["text"] = sentence(snapshot, outcome, language);
     if (outcome.result == KeyResult::Refused) {
         result["code"] = kindOf(outcome.refusal.reason).code;
-        addRefusal(result, snapshot, outcome.refusal);
+        addRefusal(result, snapshot, outcome.refusal, language);
     }
     return result;
 }
@@ -278,7 +266,7 @@ Response answer(const Snapshot& snapshot, const Outcome& outcome, int language) 
             break;
         }
     }
-    addRefusal(problem, snapshot, outcome.refusal);
+    addRefusal(problem, snapshot, outcome.refusal, language);
     if (outcome.retryAfter > 0) {
         problem["retry_after"] = outcome.retryAfter;
     }

@@ -7,6 +7,7 @@
 #include "Layer.h"
 #include "host/Names.h"
 #include "host/Sentences.h"
+#include "host/api/Pieces.h"
 
 namespace host::api {
 namespace {
@@ -26,14 +27,6 @@ const char* ruleName(SchemeRule::Why why) {
             return "due";
     }
     return "";
-}
-
-Json nameAndLabel(const Snapshot& snapshot, u32 key, int language) {
-    Json result = {{"key", key}};
-    const Parameter* const parameter = snapshot.parameter(key);
-    result["name"] = parameter != nullptr ? parameter->shortName : std::to_string(key);
-    result["label"] = parameter != nullptr ? parameter->label(language) : std::to_string(key);
-    return result;
 }
 
 Json schemeSummary(const Snapshot& snapshot, const Scheme& scheme) {

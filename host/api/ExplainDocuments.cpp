@@ -5,6 +5,7 @@
 
 #include "host/Names.h"
 #include "host/api/Documents.h"
+#include "host/api/Pieces.h"
 
 namespace host::api {
 namespace {
@@ -14,24 +15,6 @@ const char* topicName(ExplainLine::Topic topic) {
                                         "factory",    "hardware", "range",    "blocker", "next"};
     static_assert(std::size(names) == static_cast<std::size_t>(ExplainLine::Topic::Next) + 1);
     return names[static_cast<std::size_t>(topic)];
-}
-
-std::string shortName(const Snapshot& snapshot, u32 key) {
-    const Parameter* const parameter = snapshot.parameter(key);
-    return parameter != nullptr ? parameter->shortName : std::to_string(key);
-}
-
-Json nameAndLabel(const Snapshot& snapshot, u32 key, int language) {
-    const Parameter* const parameter = snapshot.parameter(key);
-    return {{"key", key},
-            {"name", shortName(snapshot, key)},
-            {"label", parameter != nullptr ? parameter->label(language) : std::to_string(key)}};
-}
-
-Json valueTextOf(const Snapshot& snapshot, u32 key, const std::optional<int>& value, int language) {
-    const Parameter* const parameter = snapshot.parameter(key);
-    return value && parameter != nullptr ? Json(valueText(*parameter, *value, language))
-                                         : Json(nullptr);
 }
 
 Json requestOf(const char* method, const std::string& path, Json body = Json::object()) {
@@ -70,17 +53,6 @@ struct RequestMaker {
 Json adviceDocument(const Advice& advice) {
     Json result = {{"text", advice.text}};
     result.update(std::visit(RequestMaker{}, advice.action));
-    return result;
-}
-
-Json limitsDocument(const std::optional<Limits>& limits) {
-    if (!limits) {
-        return nullptr;
-    }
-    Json result = {{"min", limits->minimum}, {"max", limits->maximum}, {"step", limits->step}};
-    if (!limits->items.empty()) {
-        result["items"] = limits->items;
-    }
     return result;
 }
 

@@ -264,14 +264,15 @@ bool putScheme(const Context& context, host::Request& operation, Problem& fault)
     std::optional<std::string> name;
     std::optional<std::string> start;
     std::optional<std::string> end;
+    std::optional<int> with;
     Body body(context, fault);
     if (!readSchemeOf(context, context.match[0], scheme, fault) || !body.texts("name", name) ||
-        !body.texts("start", start) || !body.texts("end", end)) {
+        !body.texts("start", start) || !body.texts("end", end) || !body.number("with", with)) {
         return false;
     }
     const Scheme& now = context.snapshot.schemes[static_cast<std::size_t>(scheme)];
     Window window = now.window;
-    const bool changesWindow = start || end || body.has("enabled");
+    const bool changesWindow = start || end || with || body.has("enabled");
     if (!body.flag("enabled", window.enabled) || !body.end() ||
         (start && !readTime(*start, window.startHour, window.startMinute, fault)) ||
         (end && !readTime(*end, window.endHour, window.endMinute, fault))) {
@@ -283,9 +284,9 @@ bool putScheme(const Context& context, host::Request& operation, Problem& fault)
     if (name) {
         operation.operation = NameScheme{scheme, *name};
     } else if (changesWindow) {
-        operation.operation = SetWindow{scheme, window};
+        operation.operation = SetWindow{scheme, window, with};
     } else {
-        return fault.badRequest("A scheme takes 'name', or 'enabled', 'start' and 'end'.");
+        return fault.badRequest("A scheme takes 'name', or 'enabled', 'start', 'end' and 'with'.");
     }
     return true;
 }
@@ -364,6 +365,19 @@ bool postTrial(const Context& context, host::Request& operation, Problem& fault)
     trial.seconds = seconds;
     operation.origin.gesture = static_cast<std::uint64_t>(gesture);
     operation.operation = std::move(trial);
+    return true;
+}
+
+bool putWideDynamicRange(const Context& context, host::Request& operation, Problem& fault) {
+    AllowWideDynamicRange allow{};
+    Body body(context, fault);
+    if (body.valid() && !body.has("allowed")) {
+        return fault.badRequest("'allowed' is missing.");
+    }
+    if (!body.flag("allowed", allow.allowed) || !body.end()) {
+        return false;
+    }
+    operation.operation = allow;
     return true;
 }
 
@@ -450,6 +464,10 @@ const std::vector<Handler>& handlers() {
         {{"POST", "/reload", Role::Administrator, nullptr, kMostBody}, nullptr, plain<Reload>},
         {{"POST", "/reset", Role::Administrator, nullptr, kMostBody}, nullptr, plain<Reset>},
         {{"POST", "/settle", Role::Operator, nullptr, kMostBody}, nullptr, plain<Settle>},
+        {{"POST", "/correct", Role::Operator, nullptr, kMostBody}, nullptr, plain<CorrectScheme>},
+        {{"PUT", "/wide-dynamic-range", Role::Operator, nullptr, kMostBody},
+         nullptr,
+         putWideDynamicRange},
         {{"POST", "/lens/{action}", Role::Operator, nullptr, kMostBody}, nullptr, postLens},
         {{"GET", "/history", Role::Viewer, nullptr, 0}, getHistory, nullptr},
         {{"POST", "/undo", Role::Operator, nullptr, kMostBody}, nullptr, postUndo},

@@ -3,6 +3,7 @@
 #include "host/Names.h"
 #include "host/Sentences.h"
 #include "host/api/Documents.h"
+#include "host/api/Pieces.h"
 
 namespace host::api {
 namespace {
@@ -26,22 +27,13 @@ const char* kindName(JournalEntry::Kind kind) {
 }
 
 Json changeDocument(const Snapshot& snapshot, const Change& change, int language) {
-    const Parameter* const parameter = snapshot.parameter(change.key);
-    const auto shown = [&](const std::optional<int>& value) -> Json {
-        if (!value || parameter == nullptr) {
-            return nullptr;
-        }
-        return valueText(*parameter, *value, language);
-    };
-    return {
-        {"key", change.key},
-        {"name", parameter != nullptr ? parameter->shortName : std::to_string(change.key)},
-        {"label", parameter != nullptr ? parameter->label(language) : std::to_string(change.key)},
-        {"scheme", change.scheme < 0 ? Json(nullptr) : Json(change.scheme)},
-        {"old", orNull(change.before)},
-        {"new", orNull(change.after)},
-        {"old_text", shown(change.before)},
-        {"new_text", shown(change.after)}};
+    Json document = nameAndLabel(snapshot, change.key, language);
+    document["scheme"] = change.scheme < 0 ? Json(nullptr) : Json(change.scheme);
+    document["old"] = orNull(change.before);
+    document["new"] = orNull(change.after);
+    document["old_text"] = valueTextOf(snapshot, change.key, change.before, language);
+    document["new_text"] = valueTextOf(snapshot, change.key, change.after, language);
+    return document;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "host/Names.h"
 #include "host/Sentences.h"
 #include "host/api/Documents.h"
+#include "host/api/Pieces.h"
 
 namespace host::api {
 namespace {
@@ -31,17 +32,6 @@ const char* controlName(Parameter::Kind kind) {
             break;
     }
     return "none";
-}
-
-Json limitsDocument(const std::optional<Limits>& limits) {
-    if (!limits) {
-        return nullptr;
-    }
-    Json result = {{"min", limits->minimum}, {"max", limits->maximum}, {"step", limits->step}};
-    if (!limits->items.empty()) {
-        result["items"] = limits->items;
-    }
-    return result;
 }
 
 Json choicesDocument(const Parameter& parameter, const Value& value, int language) {
@@ -81,11 +71,9 @@ Json blockerDocument(const Snapshot& snapshot, const Refusal& block, int languag
     if (block.reason == Reason::None || !block.blocker) {
         return nullptr;
     }
-    const Parameter* const blocker = snapshot.parameter(*block.blocker);
-    return {{"key", *block.blocker},
-            {"name", blocker != nullptr ? blocker->shortName : std::to_string(*block.blocker)},
-            {"label", blocker != nullptr ? blocker->label(language) : std::string()},
-            {"text", block.detail}};
+    Json document = nameAndLabel(snapshot, *block.blocker, language);
+    document["text"] = block.detail;
+    return document;
 }
 
 } // namespace

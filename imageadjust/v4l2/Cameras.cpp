@@ -21,6 +21,8 @@ namespace fs = std::filesystem;
 // More are not told; a list of all would hide the sentence that it stands in.
 constexpr int mostHolders = 3;
 
+const std::string atPort = "-at-";
+
 std::string firstLine(const fs::path& file) {
     std::ifstream stream(file);
     std::string line;
@@ -77,20 +79,24 @@ CameraInfo describe(const fs::path& entry, const Places& places) {
     if (!error && fs::exists(parent / "idVendor", error)) {
         const std::string serial = plain(firstLine(parent / "serial"));
         camera.port = parent.filename().string();
-        camera.identity = "usb-" + plain(firstLine(parent / "idVendor")) + "-" +
-                          plain(firstLine(parent / "idProduct")) + "-" +
-                          (serial.empty() ? plain(firstLine(parent / "product")) : serial);
+        camera.model = "usb-" + plain(firstLine(parent / "idVendor")) + "-" +
+                       plain(firstLine(parent / "idProduct")) + "-" +
+                       (serial.empty() ? plain(firstLine(parent / "product")) : serial);
+        camera.identity = camera.model + (serial.empty() ? atPort + plain(camera.port) : "");
     } else {
         camera.port = plain(device.filename().string());
-        camera.identity = camera.port.empty() ? plain(camera.name) : camera.port;
+        camera.model = camera.port.empty() ? plain(camera.name) : camera.port;
+        camera.identity = camera.model;
     }
-    camera.identity += "-" + (index.empty() ? "0" : plain(index));
+    for (std::string* const name : {&camera.model, &camera.identity}) {
+        *name += "-" + (index.empty() ? "0" : plain(index));
+    }
     return camera;
 }
 
 bool sees(const CameraInfo& camera, const std::vector<CameraInfo>& list) {
     return std::any_of(list.begin(), list.end(), [&camera](const CameraInfo& other) {
-        return other.identity == camera.identity && other.port == camera.port;
+        return other.model == camera.model && other.port == camera.port;
     });
 }
 
@@ -127,7 +133,10 @@ std::vector<CameraInfo> listCameras(DeviceCalls& calls, const Places& places) {
         } else if (camera.problem.find("no camera") != std::string::npos) {
             continue;
         }
-        camera.byId = linkTo(places.dev + "/v4l/by-id", camera.node);
+        // Twins without a serial number share one link there.
+        if (camera.identity == camera.model) {
+            camera.byId = linkTo(places.dev + "/v4l/by-id", camera.node);
+        }
         if (camera.byId.empty()) {
             camera.byId = linkTo(places.dev + "/v4l/by-path", camera.node);
         }
@@ -141,22 +150,33 @@ std::vector<CameraInfo> listCameras() {
     return listCameras(calls);
 }
 
+std::string modelOf(const std::string& identity) {
+    const std::size_t begin = identity.rfind(atPort);
+    return begin == std::string::npos
+               ? identity
+               : identity.substr(0, begin) +
+                     identity.substr(
+                         std::min(identity.find('-', begin + atPort.size()), identity.size()));
+}
+
 bool findCamera(const std::string& name, const Places& places, CameraInfo& camera,
                 std::string& problem) {
     std::error_code error;
     const fs::path node = fs::canonical(name, error);
     const std::vector<CameraInfo> cameras = knownCameras(places);
-    for (const CameraInfo& known : cameras) {
-        if (known.identity == name || isSame(known.node, name)) {
-            camera = known;
-            return true;
+    for (const bool model : {false, true}) {
+        for (const CameraInfo& known : cameras) {
+            if (model ? known.model == name : known.identity == name || isSame(known.node, name)) {
+                camera = known;
+                return true;
+            }
         }
     }
     if (!error && node.has_filename()) {
         // A machine without the list of its devices still has the node.
         camera = CameraInfo();
         camera.node = node.string();
-        camera.identity = plain(node.filename().string());
+        camera.identity = camera.model = plain(node.filename().string());
         return true;
     }
     problem = "no camera " + name;
@@ -170,7 +190,7 @@ bool findAgain(const CameraInfo& lost, const std::vector<CameraInfo>& others, co
                CameraInfo& camera) {
     bool found = false;
     for (const CameraInfo& known : knownCameras(places)) {
-        if (known.identity != lost.identity || (found && known.port != lost.port) ||
+        if (known.model != lost.model || (found && known.port != lost.port) ||
             (known.port != lost.port && sees(known, others))) {
             continue;
         }

@@ -21,9 +21,11 @@ struct CameraInfo {
     std::string driver; ///< "uvcvideo"; empty where the node cannot be opened
     std::string bus;    ///< "usb-0000:00:14.0-8"; empty where the node cannot be opened
     std::string byId;   ///< a name that stays: "/dev/v4l/by-id/usb-..."; empty where there is none
-    /// The camera itself, wherever it is plugged in: "usb-046d-0825-A1B2C3-0". Letters, digits and
-    /// "-._" only, so that it also names files.
+    /// The camera itself, wherever it is plugged in: "usb-046d-0825-A1B2C3-0". One without a serial
+    /// number is told from its twins by its port: "usb-046d-0825-Webcam-at-1_1.2-0". Letters, digits
+    /// and "-._" only, so that it also names files.
     std::string identity;
+    std::string model;   ///< the identity without a port
     std::string port;    ///< where it is plugged in: "1-1.2"
     std::string problem; ///< why it cannot be opened; empty when it can
 };
@@ -33,7 +35,10 @@ struct CameraInfo {
 std::vector<CameraInfo> listCameras(DeviceCalls& calls, const Places& places = Places());
 std::vector<CameraInfo> listCameras();
 
-/// The camera that a name means: a node, any link to it, or an identity.
+/// An identity without the port that may be in it.
+std::string modelOf(const std::string& identity);
+
+/// The camera that a name means: a node, any link to it, an identity, or a model.
 /// @param problem  receives why there is none
 /// @return false when there is none
 bool findCamera(const std::string& name, const Places& places, CameraInfo& camera,
@@ -41,7 +46,7 @@ bool findCamera(const std::string& name, const Places& places, CameraInfo& camer
 
 /// Where a camera is now that has been away: at its old port, else at any, as long as it is not one
 /// of those that were there beside it.
-/// @param others  identity and port of the cameras of the time when it went
+/// @param others  model and port of the cameras of the time when it went
 /// @return false when it is not there
 bool findAgain(const CameraInfo& lost, const std::vector<CameraInfo>& others, const Places& places,
                CameraInfo& camera);

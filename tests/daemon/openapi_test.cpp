@@ -248,6 +248,9 @@ TEST_F(Daemon, IsAsItsDescriptionSays) {
     tour("GET", v + "/history");
     tour("POST", v + "/undo", R"({"entry":1})", 409);
     tour("POST", v + "/lens/read");
+    tour("POST", v + "/correct");
+    tour("PUT", v + "/wide-dynamic-range", R"({"allowed":true})");
+    tour("PUT", v + "/wide-dynamic-range", "", 400);
     tour("POST", v + "/restore");
     // A folder stands where a scheme's file belongs.
     const std::string file = root + "/mnt/mtd/code/config_file/sensor2.cfg";
