@@ -75,6 +75,13 @@ PictureHub& Camera::pictures() {
     return m_core->pictures;
 }
 
+PictureHub* Camera::picturesOf(int scheme) {
+    const auto now = snapshot();
+    const bool known =
+        now != nullptr && scheme >= 0 && static_cast<std::size_t>(scheme) < now->schemes.size();
+    return known ? m_core->schemePictures.of(scheme) : nullptr;
+}
+
 image_adjust::Layer* Camera::layer() {
     return m_core->layer();
 }

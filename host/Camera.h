@@ -72,6 +72,11 @@ public:
     Journal& journal();
     PictureHub& pictures();
 
+    /// The picture as a scheme would make it, whichever is in force and whatever is on trial; valid
+    /// as long as this object. @return null for an unknown scheme, and with a layer that shows only
+    /// what is in force (all but the simulator)
+    PictureHub* picturesOf(int scheme);
+
     /// The layer; null while off. For who knows which one it is: the simulator's dials, compliance.
     image_adjust::Layer* layer();
 

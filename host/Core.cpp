@@ -73,6 +73,19 @@ StartProblem take(OwnerLock& lock, const std::string& path, const std::string& p
     return problem;
 }
 
+/// What the values of a scheme are for the layer. Those that are only stored are none of its own.
+CommandValues commandValues(const Snapshot& snapshot, int scheme) {
+    CommandValues list;
+    const Scheme& from = snapshot.schemes[static_cast<std::size_t>(scheme)];
+    for (std::size_t i = 0; i < from.values->size(); ++i) {
+        const Parameter* const about = snapshot.parameter(snapshot.catalogue->schemeKeys[i]);
+        if (about != nullptr && !about->storedOnly()) {
+            list.emplace_back(about->command, (*from.values)[i]);
+        }
+    }
+    return list;
+}
+
 } // namespace
 
 Camera::Core::~Core() {
@@ -279,6 +292,8 @@ void Camera::Core::startLibrary() {
     }
     m_pictureBeside = pictureBeside(m_options.layer);
     pictures.use(m_pictureBeside != nullptr ? m_pictureBeside.get() : m_layer->picture(), {});
+    schemePictures.begin(m_options.layer,
+                         [this](int scheme) { return commandValues(*snapshot(), scheme); });
     settle(false);
     publish();
 }
@@ -320,6 +335,7 @@ void Camera::Core::close() {
             endTrial("the camera was switched off", {});
         }
         pictures.use(nullptr, {});
+        schemePictures.end();
         m_controller->uinit();
         m_controller->setVideoStreamModule(nullptr);
         m_uiTexts.withdraw();

@@ -24,6 +24,7 @@
 #include "host/PictureHub.h"
 #include "host/RequestQueue.h"
 #include "host/SchemeMemory.h"
+#include "host/SchemePictures.h"
 #include "host/UiTexts.h"
 #include "host/Video.h"
 
@@ -65,6 +66,7 @@ public:
 
     Journal journal;
     PictureHub pictures;
+    SchemePictures schemePictures;
 
 private:
     using Clock = std::chrono::steady_clock;

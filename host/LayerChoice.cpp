@@ -52,11 +52,13 @@ std::shared_ptr<image_adjust::Layer> openLayer(const CameraOptions& options, std
     return nullptr;
 }
 
-std::unique_ptr<image_adjust::PictureSource> pictureBeside(const std::string& name) {
+std::unique_ptr<image_adjust::PictureSource> pictureBeside(
+    const std::string& name, const std::function<CommandValues()>& assumed) {
     if (name != kSimulator) {
         return nullptr;
     }
     simulated_ia::SimulatedPictureOptions options;
+    options.assumptions = assumed;
     options.time = [] { return dateText(cameraTime()) + " " + clockText(cameraTime()); };
     return std::make_unique<simulated_ia::SimulatedPictureSource>(options);
 }

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Layer.h"
 #include "PictureSource.h"
@@ -15,9 +18,15 @@ namespace host {
 /// @return null when there is none of that name, or it cannot be opened
 std::shared_ptr<image_adjust::Layer> openLayer(const CameraOptions& options, std::string& problem);
 
+/// Commands of a layer with a value for each.
+using CommandValues = std::vector<std::pair<unsigned int, int>>;
+
 /// The picture of a layer that has none of its own because a program without pictures links it too:
 /// the simulator's. Null for every other layer.
-std::unique_ptr<image_adjust::PictureSource> pictureBeside(const std::string& name);
+/// @param assumed  the values that the layer is thought to have in place of its own, asked for each
+///                 picture on the thread that takes it; empty: it is shown as it is
+std::unique_ptr<image_adjust::PictureSource> pictureBeside(
+    const std::string& name, const std::function<CommandValues()>& assumed = {});
 
 /// The camera of a layer's name, as it is given there: "/dev/video0"; empty for a layer without one.
 std::string deviceOfLayer(const std::string& name);

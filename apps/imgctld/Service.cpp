@@ -35,13 +35,6 @@ http::Response toHttp(const host::api::Response& response) {
     return result;
 }
 
-http::Response refuse(unsigned int status, const char* code, const std::string& detail,
-                      int retryAfter = 0) {
-    host::api::Response response = host::api::problem(status, code, detail);
-    response.retryAfter = retryAfter;
-    return toHttp(response);
-}
-
 constexpr OwnRoute kOwn[] = {
     {"GET", "/api/v1/session", access_control::Role::Monitor, true},
     {"POST", "/api/v1/login", access_control::Role::Monitor, true},
@@ -143,6 +136,13 @@ bool writesFlash(const http::Request& request, const std::string& path) {
 }
 
 } // namespace
+
+http::Response refuse(unsigned int status, const char* code, const std::string& detail,
+                      int retryAfter) {
+    host::api::Response response = host::api::problem(status, code, detail);
+    response.retryAfter = retryAfter;
+    return toHttp(response);
+}
 
 std::vector<OwnRoute> ownRoutes() {
     return {std::begin(kOwn), std::end(kOwn)};
@@ -364,92 +364,6 @@ void Service::handleApi(const Shared& exchange, const Identity& who, const std::
     asked.client = streamOwner(request, who);
     m_api.handle(asked, [this, exchange](const host::api::Response& response) {
         answer(exchange, toHttp(response));
-    });
-}
-
-void Service::events(const Shared& exchange, const Identity& who) {
-    const http::Request& request = exchange->request();
-    const std::string* const given = request.argument("lang");
-    int language = 0;
-    if (given != nullptr && !host::readIntWithin(*given, 0, 1000, language)) {
-        answer(exchange, refuse(400, "bad_request", "'lang' is the number of a language."));
-        return;
-    }
-    const unsigned long number =
-        m_streams.open(streamOwner(request, who), StreamList::Kind::Events,
-                       m_options.mostEventsOfSession, m_options.mostEventsOfSession * 100);
-    if (number == 0) {
-        answer(exchange,
-               refuse(429, "too_many", "This session has as many event streams as may be."));
-        return;
-    }
-    const std::string* const last = request.header("last-event-id");
-    const std::string* const lastArgument = request.argument("last");
-    http::Response response = problem(0);
-    response.headers.push_back({"Content-Type", "text/event-stream; charset=utf-8"});
-    http::StreamOptions options;
-    options.gone = [this, number] { m_streams.close(number); };
-    std::string from;
-    if (last != nullptr || lastArgument != nullptr) {
-        from = last != nullptr ? *last : *lastArgument;
-    }
-    attach(number, *exchange,
-           exchange->stream(std::move(response), m_events.stream(from, language), options));
-}
-
-void Service::attach(unsigned long number, const http::Exchange& exchange,
-                     const std::shared_ptr<http::StreamControl>& control) {
-    m_streams.attach(number, control);
-    // Put out between the check and now: nothing was there yet to be ended.
-    if (!may(identify(exchange.request()), Role::Viewer)) {
-        control->end();
-    }
-}
-
-void Service::video(const Shared& exchange, const Identity& who) {
-    const http::Request& request = exchange->request();
-    if (!m_options.pictureOpen && !loginNeeded() && !request.local) {
-        answer(exchange,
-               refuse(403, "not_allowed", "A real camera's picture needs a user, or --no-login."));
-        return;
-    }
-    const unsigned long number =
-        m_streams.open(streamOwner(request, who), StreamList::Kind::Video,
-                       m_options.mostVideosOfSession, m_options.mostVideos);
-    if (number == 0) {
-        answer(exchange, refuse(503, "too_many_videos",
-                                std::to_string(m_streams.count(StreamList::Kind::Video)) +
-                                    " people watch already: ask for single pictures.",
-                                2));
-        return;
-    }
-    http::Response response = problem(0);
-    response.headers.push_back(
-        {"Content-Type",
-         std::string("multipart/x-mixed-replace; boundary=") + Pictures::kBoundary});
-    http::StreamOptions options;
-    options.sendBuffer = 128 * 1024;
-    options.unchunked = true;
-    options.gone = [this, number] { m_streams.close(number); };
-    attach(number, *exchange, exchange->stream(std::move(response), m_pictures.video(), options));
-}
-
-void Service::picture(const Shared& exchange) {
-    const http::Request& request = exchange->request();
-    if (!m_options.pictureOpen && !loginNeeded() && !request.local) {
-        answer(exchange,
-               refuse(403, "not_allowed", "A real camera's picture needs a user, or --no-login."));
-        return;
-    }
-    m_pictures.single([this, exchange](Pictures::Bytes jpeg, const std::string& why) {
-        if (jpeg == nullptr) {
-            answer(exchange, refuse(503, "no_picture", "There is no picture: " + why + ".", 2));
-            return;
-        }
-        http::Response response;
-        response.headers.push_back({"Content-Type", "image/jpeg"});
-        response.body = std::move(jpeg);
-        answer(exchange, std::move(response));
     });
 }
 

@@ -76,6 +76,9 @@ private:
     void events(const Shared& exchange, const Identity& who);
     void video(const Shared& exchange, const Identity& who);
     void picture(const Shared& exchange);
+    /// The pictures that a request asks for: as they are, or as a scheme would make them.
+    /// @param refusal  receives the answer where there are none for this request
+    Pictures* picturesFor(const http::Request& request, http::Response& refusal);
     void metrics(const Shared& exchange);
     void health(const Shared& exchange);
     bool pageFile(const Shared& exchange, const std::string& path);
@@ -121,7 +124,14 @@ private:
     std::optional<MonotonicTime> m_lastSave;
     MonotonicTime m_lastTick{};
     unsigned long m_wrongLogins = 0;
+    std::map<int, std::unique_ptr<Pictures>> m_schemePictures; ///< of the schemes asked for
 };
+
+/// A refusal, as a problem document.
+/// @param detail      a sentence for people
+/// @param retryAfter  seconds; 0: not told
+http::Response refuse(unsigned int status, const char* code, const std::string& detail,
+                      int retryAfter = 0);
 
 /// A path that is the service's own; all others of the API are the camera's.
 struct OwnRoute {

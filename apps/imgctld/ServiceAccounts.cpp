@@ -23,19 +23,6 @@ http::Response document(const Json& json, unsigned int status = 200) {
     return response;
 }
 
-http::Response refuse(unsigned int status, const char* code, const std::string& detail,
-                      int retryAfter = 0) {
-    const host::api::Response problem = host::api::problem(status, code, detail);
-    http::Response response;
-    response.status = status;
-    response.headers.push_back({"Content-Type", problem.type});
-    if (retryAfter > 0) {
-        response.headers.push_back({"Retry-After", std::to_string(retryAfter)});
-    }
-    response.body = problem.body;
-    return response;
-}
-
 /// Reads a body whose members are texts and numbers.
 /// @return false with the problem
 bool readBody(const http::Request& request, std::initializer_list<const char*> names, Json& body,

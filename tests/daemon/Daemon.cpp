@@ -34,6 +34,7 @@ Daemon::~Daemon() {
 void Daemon::start(bool withUsers, http::Limits limits, imgctld::ServiceOptions options) {
     host::CameraOptions asked;
     asked.device = root;
+    asked.layer = layer;
     asked.detail = "(max_scheme=4)(lensType=motor)";
     asked.clock = host::CameraOptions::Clock{12, 0, 0};
     const host::StartProblem problem = camera.start(asked);

@@ -36,6 +36,7 @@ protected:
 
     std::string root;
     std::string users; ///< the file
+    std::string layer = "simulator";
     host::Camera camera;
     std::unique_ptr<imgctld::Service> service;
     std::unique_ptr<http::HttpServer> server;
