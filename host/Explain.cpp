@@ -177,8 +177,19 @@ private:
         return nullptr;
     }
 
+    /// Who it was, as a person would say it: a name where there is one, else where he sat.
+    static std::string person(const Origin& origin) {
+        const std::string open = "open:"; // nobody needed to log in there
+        if (!origin.who.empty() || origin.client.compare(0, open.size(), open) != 0) {
+            return origin.who.empty() ? origin.client : origin.who;
+        }
+        const std::string address = origin.client.substr(open.size());
+        const bool here = address.compare(0, 4, "127.") == 0 || address == "::1";
+        return here ? "somebody on this machine" : "somebody at " + address;
+    }
+
     static std::string how(const Origin& origin) {
-        const std::string& who = origin.who.empty() ? origin.client : origin.who;
+        const std::string who = person(origin);
         switch (origin.cause) {
             case Cause::Request:
                 return who.empty() ? "Set" : "Set by " + who;

@@ -1,10 +1,12 @@
 // A camera on the network in a temporary folder, and a browser of its own to look at its page.
 
+import assert from 'node:assert/strict';
 import { execFileSync, spawn } from 'node:child_process';
 import fs from 'node:fs';
 import net from 'node:net';
 import os from 'node:os';
 import path from 'node:path';
+import { after, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 import puppeteer from 'puppeteer-core';
 
@@ -102,8 +104,9 @@ export const browser = await puppeteer.launch({
     '--disable-background-networking', '--disable-component-update', '--disable-sync', '--lang=en'],
 });
 
-/** A page of a camera. Whatever it complains about, and each foreign host it asks, is in page.faults. */
-export async function open(camera, { width = 1280, height = 720, colours = 'light', language = 0, context = browser, ready = true, zoom = 1 } = {}) {
+/** A page of a camera. Whatever it complains about, and each foreign host it asks, is in page.faults.
+ * @param url  of what stands between the page and the camera, if anything does */
+export async function open(camera, { url = camera.url, width = 1280, height = 720, colours = 'light', language = 0, context = browser, ready = true, zoom = 1 } = {}) {
   const page = await context.newPage();
   page.faults = [];
   page.on('pageerror', error => page.faults.push(error.message));
@@ -112,8 +115,8 @@ export async function open(camera, { width = 1280, height = 720, colours = 'ligh
     if (message.type() === 'error' && !/Failed to load resource|net::ERR_/.test(message.text())) page.faults.push(message.text());
   });
   page.on('request', request => {
-    const url = new URL(request.url());
-    if (/^http/.test(url.protocol) && url.host !== new URL(camera.url).host) page.faults.push(`asked ${url.host}`);
+    const asked = new URL(request.url());
+    if (/^http/.test(asked.protocol) && asked.host !== new URL(url).host) page.faults.push(`asked ${asked.host}`);
   });
   page.on('dialog', dialog => dialog.accept());
   await page.setViewport({ width: Math.round(width / zoom), height: Math.round(height / zoom), deviceScaleFactor: zoom,
@@ -123,7 +126,7 @@ export async function open(camera, { width = 1280, height = 720, colours = 'ligh
     try { localStorage.setItem('language', id); } catch { /* of a page without storage */ }
     addEventListener('securitypolicyviolation', event => console.error(`policy: ${event.violatedDirective}`));
   }, String(language));
-  await page.goto(camera.url);
+  await page.goto(url);
   if (ready) await page.waitForSelector('body[data-ready]', { timeout: 15000 });
   return page;
 }
@@ -158,8 +161,32 @@ export async function slider(page, key) {
   return { x: part => box.x + 8 + (box.width - 16) * part, y: box.y + box.height / 2 };
 }
 
-export async function finish() {
+after(async () => {
   await browser.close().catch(() => {});
   for (const one of running) one.kill('SIGKILL');
   fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
+});
+
+/** A test with a camera and a page of its own, that must not complain. */
+export function page(name, options, body) {
+  test(name, { timeout: 90000 }, async () => {
+    const camera = await Camera.start(options.camera);
+    try {
+      const first = options.noPage ? null : await open(camera, options);
+      await body(camera, first);
+      for (const one of await browser.pages()) assert.deepEqual(one.faults ?? [], []);
+    } finally {
+      for (const one of (await browser.pages()).slice(1)) await one.close().catch(() => {});
+      for (const one of camera.beside ?? []) one.stop();
+      await camera.stop().catch(() => {});
+    }
+  });
+}
+
+export async function login(one, name, password = 'secret-words-9') {
+  await one.waitForSelector('#login-name');
+  for (const id of ['#login-name', '#login-password']) await one.$eval(id, box => { box.value = ''; });
+  await one.type('#login-name', name);
+  await one.type('#login-password', password);
+  await press(one, 'Enter');
 }

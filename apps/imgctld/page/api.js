@@ -16,6 +16,9 @@ export class Problem extends Error {
   }
 }
 
+// A camera whose cable was pulled says nothing: what was asked of it ends all the same.
+const patience = method => AbortSignal.timeout(method === 'GET' ? 10000 : 30000);
+
 /** Asks the camera. @throws Problem for a refusal, TypeError when nobody answers */
 export async function ask(method, path, body, { signal, type } = {}) {
   const headers = {};
@@ -26,12 +29,24 @@ export async function ask(method, path, body, { signal, type } = {}) {
   }
   const mark = path.includes('?') ? '&' : '?';
   const answer = await fetch(`${base}${path}${mark}lang=${language()}`,
-    { method, headers, body: data, signal, credentials: 'same-origin', cache: 'no-store' });
+    { method, headers, body: data, signal: signal ?? patience(method), credentials: 'same-origin', cache: 'no-store' });
   const kind = answer.headers.get('Content-Type') ?? '';
   const document = kind.includes('json') ? await answer.json() : { text: await answer.text() };
   if (answer.ok) return document;
   if (answer.status === 401 && path !== '/login') loggedOut();
   throw new Problem(answer.status, document);
+}
+
+/** Writes what the camera writes to its flash; it does so every two seconds at most. */
+export async function write(request) {
+  for (let tries = 0; ; tries++) {
+    try {
+      return await request();
+    } catch (error) {
+      if (error.document?.code !== 'too_many' || tries === 3) throw error;
+      await new Promise(done => { setTimeout(done, 2100); });
+    }
+  }
 }
 
 export const get = (path, options) => ask('GET', path, undefined, options);

@@ -1,173 +1,12 @@
-// The controls, made from what the camera says of each parameter; no parameter is known here by name.
+// The kinds of controls: a slider, a switch, a choice, a time of day, a button, a notice.
 
 import { make, setText, show } from './dom.js';
-import { beginGesture, isSending, send } from './sender.js';
-import { on, store, targetIsInForce, targetScheme, tell } from './store.js';
+import { repeatWhileHeld } from './hold.js';
+import { isLensStep, step } from './lens.js';
+import { canChange, has, keepRow, Row, rowAt, shown } from './row.js';
+import { on, store } from './store.js';
+import { minutesOf, timeText } from './times.js';
 import { word } from './words.js';
-
-const rows = new Map(); // key -> row
-const pendingAfter = 150;
-
-const canChange = () => store.link === 'live' && store.session?.can.change;
-const has = (parameter, flag) => parameter.flags.includes(flag);
-
-/** The value of a parameter in the scheme that is being changed. */
-export function shown(parameter) {
-  if (targetIsInForce() || has(parameter, 'not_in_scheme')) {
-    return { value: parameter.value, saved: parameter.saved };
-  }
-  const other = store.others?.get(targetScheme())?.get(parameter.key);
-  return other ?? { value: null, saved: null };
-}
-
-/** How a value is written: a choice by its label. */
-export function valueText(parameter, value) {
-  if (value === null || value === undefined) return '';
-  const choice = parameter.choices.find(one => one.value === value);
-  return choice ? choice.label : String(value);
-}
-
-const asSentence = text => text[0].toUpperCase() + text.slice(1) + (/[.!?]$/.test(text) ? '' : '.');
-
-class Row {
-  constructor(parameter) {
-    this.key = parameter.key;
-    this.id = `c${parameter.key}`;
-    this.gesture = null;
-    this.held = false;
-    this.note = make('p', { class: 'note', id: `n${parameter.key}`, hidden: true });
-    this.label = make('label', { htmlFor: this.id });
-    this.saved = make('span', { class: 'saved-text' });
-    this.undo = make('button', { type: 'button', class: 'quiet', onclick: () => this.undoToSaved() });
-    this.help = make('button', { type: 'button', class: 'help', onclick: () => tell('explain', this.key) }, '?');
-    this.element = make('div', { class: 'row', id: `row${parameter.key}`, 'data-key': parameter.key });
-    this.element.addEventListener('keydown', event => {
-      if (event.key === 'F1') {
-        event.preventDefault();
-        tell('explain', this.key);
-      }
-    });
-    this.element.addEventListener('focusin', () => tell('focus', this.key));
-    this.build(parameter);
-  }
-
-  get parameter() { return store.parameters.get(this.key); }
-
-  begin() { this.gesture ??= beginGesture(); }
-  end() { this.gesture = null; }
-
-  /** Sends a value that a hand gave. */
-  give(value) {
-    this.begin();
-    this.setNote('');
-    const gesture = this.gesture;
-    clearTimeout(this.waiting);
-    this.waiting = setTimeout(() => this.element.classList.add('pending'), pendingAfter);
-    send(this.key, value, gesture, (result, problem) => this.answered(value, result, problem));
-  }
-
-  answered(value, result, problem) {
-    clearTimeout(this.waiting);
-    this.element.classList.remove('pending');
-    const parameter = this.parameter;
-    if (problem) {
-      const text = problem.document.code === 'no_answer'
-        ? word('noAnswer', { label: parameter.label }) : problem.message;
-      this.setNote(text, 'error', this.remedies(problem.document));
-    } else if (result?.outcome === 'taken_differently') {
-      this.setNote(word('asked', { asked: valueText(parameter, result.asked), taken: result.value_text ?? result.value }), 'warn');
-    } else if (result?.outcome === 'not_recorded') {
-      this.setNote(result.text, 'hint');
-    }
-    this.update();
-  }
-
-  /** What a refusal offers to do about it. */
-  remedies(problem) {
-    const blocker = problem.blocker && store.parameters.get(problem.blocker.key);
-    if (!blocker || blocker.control !== 'switch') return [];
-    return [make('button', { type: 'button', onclick: () => rows.get(blocker.key)?.give(1) },
-      `${blocker.label}: ${word('switchOn')}`)];
-  }
-
-  setNote(text, kind = '', extra = []) {
-    this.note.className = `note ${kind}`;
-    this.note.replaceChildren(text, ...extra);
-    show(this.note, text !== '');
-  }
-
-  undoToSaved() {
-    const { saved } = shown(this.parameter);
-    if (saved !== null) this.give(saved);
-    this.end();
-  }
-
-  update() {
-    const parameter = this.parameter;
-    if (!parameter) return;
-    const { value, saved } = shown(parameter);
-    const unsaved = value !== null && saved !== null && value !== saved;
-    const trial = has(parameter, 'trial') && targetIsInForce();
-    setText(this.label, parameter.label);
-    this.help.setAttribute('aria-label', word('explain', { label: parameter.label }));
-    this.element.classList.toggle('unsaved', unsaved && !trial);
-    this.element.classList.toggle('trial', trial);
-    setText(this.saved, unsaved && !trial ? word('saved', { value: valueText(parameter, saved) }) : '');
-    setText(this.undo, word('undoToSaved'));
-    this.undo.setAttribute('aria-label', word('undoToSavedOf', { label: parameter.label, value: valueText(parameter, saved) }));
-    show(this.undo, unsaved && !trial && canChange());
-    this.endTrial(parameter, value);
-    // What rests on the device now can still be recorded for another scheme.
-    const inactive = (has(parameter, 'inactive') && targetIsInForce()) || has(parameter, 'not_on_camera');
-    this.element.classList.toggle('inactive', inactive);
-    // A control that a hand is on stays in it: the browser would drop a disabled one.
-    this.setEnabled(this.held || (canChange() && !inactive && value !== null));
-    if (!this.held && !isSending(this.key)) {
-      this.display(value, parameter, saved);
-      this.explainState(parameter, value, inactive, trial);
-    } else if (this.held && value !== this.given && value !== this.shownValue && !isSending(this.key)) {
-      this.setNote(word('someoneSet', { who: store.lastBy ?? word('somebody'), value: valueText(parameter, value) }), 'warn');
-    }
-  }
-
-  /** Says what became of a trial that is over, once the camera's values tell it. */
-  endTrial(parameter, value) {
-    const tried = this.tried;
-    if (!tried || has(parameter, 'trial')) return;
-    this.tried = null;
-    if (value === tried.value || value === null) return;
-    this.setNote(word('trialOver', { label: parameter.label, value: valueText(parameter, value) }), 'warn',
-      canChange() ? [make('button', { type: 'button', onclick: () => this.tryAgain(tried.value) }, word('tryAgain'))] : []);
-  }
-
-  tryAgain(value) {
-    this.begin();
-    this.gesture.trial = true;
-    this.give(value);
-    this.end();
-  }
-
-  /** The line below a control that is not simply in force. Refusals stay until the next change. */
-  explainState(parameter, value, inactive, trial) {
-    if (this.note.classList.contains('error') || this.note.classList.contains('warn')) return;
-    if (inactive && parameter.why) {
-      this.setNote(asSentence(parameter.why), 'hint', canChange() ? this.remedies(parameter) : []);
-    } else if (targetIsInForce() && parameter.hardware !== null && value !== null &&
-               parameter.hardware !== value && !trial && !has(parameter, 'held')) {
-      this.setNote(word('hardwareDiffers', { hardware: valueText(parameter, parameter.hardware), value: valueText(parameter, value) }),
-        'hint', canChange() ? [make('button', { type: 'button', onclick: () => tell('restore', this.key) }, word('sendAgain'))] : []);
-    } else if (has(parameter, 'held') && parameter.why) {
-      this.setNote(asSentence(parameter.why), 'hint');
-    } else if (trial) {
-      const back = store.camera?.trial?.values.find(one => one.key === this.key)?.returns_to;
-      this.setNote(back === null || back === undefined ? '' : word('returnsTo', { value: valueText(parameter, back) }), 'trial');
-    } else if (has(parameter, 'not_in_scheme') && value !== null) {
-      this.setNote(word('notStored'), 'hint');
-    } else if (this.note.classList.contains('hint') || this.note.classList.contains('trial')) {
-      this.setNote('');
-    }
-  }
-}
 
 class SliderRow extends Row {
   build() {
@@ -176,7 +15,7 @@ class SliderRow extends Row {
     this.markSaved = make('span', { class: 'mark saved-mark', 'aria-hidden': 'true' });
     this.markFactory = make('span', { class: 'mark factory-mark', 'aria-hidden': 'true' });
     this.element.append(
-      make('div', { class: 'line' }, this.label, this.saved, this.undo, this.number, this.help),
+      this.line(make('span', { class: 'number-box' }, this.number)),
       make('div', { class: 'track' }, this.markFactory, this.markSaved, this.input), this.note);
     const take = () => {
       this.hold();
@@ -255,7 +94,7 @@ class SwitchRow extends Row {
   build() {
     this.input = make('input', { type: 'checkbox', role: 'switch', id: this.id, 'aria-describedby': this.note.id,
       onchange: () => { this.give(this.input.checked ? 1 : 0); this.end(); } });
-    this.element.append(make('div', { class: 'line' }, this.label, this.saved, this.undo, this.input, this.help), this.note);
+    this.element.append(this.line(this.input), this.note);
   }
   setEnabled(enabled) { this.input.disabled = !enabled; }
   display(value) {
@@ -268,7 +107,7 @@ class ChoiceRow extends Row {
   build() {
     this.input = make('select', { id: this.id, 'aria-describedby': this.note.id,
       onchange: () => { this.give(Number(this.input.value)); this.end(); } });
-    this.element.append(make('div', { class: 'line' }, this.label, this.saved, this.undo, this.input, this.help), this.note);
+    this.element.append(this.line(this.input), this.note);
   }
   setEnabled(enabled) { this.input.disabled = !enabled; }
   display(value, parameter) {
@@ -285,8 +124,10 @@ class ChoiceRow extends Row {
 }
 
 class ButtonRow extends Row {
-  build() {
-    this.input = make('button', { type: 'button', id: this.id, onclick: () => { this.give(1); this.end(); } });
+  build(parameter) {
+    this.input = make('button', { type: 'button', id: this.id });
+    if (isLensStep(parameter)) repeatWhileHeld(this.input, () => step(parameter.name));
+    else this.input.addEventListener('click', () => { this.give(1); this.end(); });
     this.element.append(make('div', { class: 'line' }, this.input, this.help), this.note);
   }
   update() {
@@ -301,41 +142,81 @@ class ButtonRow extends Row {
 class NoticeRow {
   constructor(parameter) {
     this.key = parameter.key;
+    this.keys = [parameter.key];
     this.element = make('p', { class: 'notice' }, parameter.label);
   }
   update() {}
   setNote() {}
 }
 
+/** An hour and a minute that belong to each other, as one time. */
+class TimeRow extends Row {
+  build() {
+    this.input = make('input', { type: 'text', id: this.id, class: 'time', inputMode: 'numeric', autocomplete: 'off', maxLength: 5,
+      'aria-describedby': this.note.id, onchange: () => this.typed() });
+    this.input.addEventListener('input', () => { this.typing = true; });
+    this.input.addEventListener('blur', () => { this.typing = false; });
+    this.element.append(this.line(this.input), this.note);
+  }
+
+  typed() {
+    this.typing = false;
+    const minutes = minutesOf(this.input.value);
+    if (minutes === null) {
+      this.setNote(word('noTime', { text: this.input.value }), 'error');
+      return;
+    }
+    if (timeText(minutes) === this.shownValue) return;
+    this.give(Math.floor(minutes / 60), minutes % 60);
+    this.end();
+  }
+
+  title(parameter) {
+    const [one, other] = [parameter.label, store.parameters.get(this.keys[1])?.label ?? ''];
+    let same = 0;
+    while (same < one.length && one[same] === other[same]) same++;
+    return one.slice(0, same).replace(/[\s,:;(-]+$/, '') || one;
+  }
+
+  text(part) {
+    const [hour, minute] = this.parameters.map(part);
+    return hour === null || minute === null || hour === undefined || minute === undefined ? '' : timeText(hour * 60 + minute);
+  }
+
+  setEnabled(enabled) { this.input.disabled = !enabled; }
+  display() {
+    this.shownValue = this.text(one => shown(one).value);
+    if (!this.typing) this.input.value = this.shownValue;
+  }
+}
+
 const kinds = { slider: SliderRow, switch: SwitchRow, choice: ChoiceRow, button: ButtonRow };
+
+/** The minute that belongs to an hour: the style has it next, with the same name. */
+export function minuteOf(parameter) {
+  const stem = /^(.*)hour$/i.exec(parameter.style_name ?? '')?.[1];
+  if (!stem || parameter.control !== 'slider') return null;
+  const tab = store.groups.flatMap(group => group.tabs).find(one => one.parameters.includes(parameter.key));
+  const next = store.parameters.get(tab?.parameters[tab.parameters.indexOf(parameter.key) + 1]);
+  return next?.style_name?.toLowerCase() === `${stem}minute`.toLowerCase() ? next : null;
+}
 
 /** The row of a parameter, made once; null for what a page cannot show. */
 export function rowOf(key) {
   const parameter = store.parameters.get(key);
   if (!parameter) return null;
-  if (!rows.has(key)) {
-    const Kind = parameter.element === 'notice' ? NoticeRow : kinds[parameter.control];
+  if (!rowAt(key)) {
+    const minute = minuteOf(parameter);
+    const Kind = minute ? TimeRow : parameter.element === 'notice' ? NoticeRow : kinds[parameter.control];
     if (!Kind) return null;
-    rows.set(key, new Kind(parameter));
+    const row = minute ? new Kind(parameter, minute) : new Kind(parameter);
+    for (const one of row.keys) keepRow(one, row);
   }
-  return rows.get(key);
+  return rowAt(key);
 }
 
-export const anyRow = key => rows.get(key);
-
-function updateAll() {
-  for (const row of rows.values()) row.update();
-}
-
-on('parameters', updateAll);
-on('parameter', key => rows.get(key)?.update());
-on('trial-over', one => {
-  const row = rows.get(one.key);
-  if (row) row.tried = one;
-});
-on('session', updateAll);
-on('link', updateAll);
-on('target', () => {
-  for (const row of rows.values()) row.setNote('');
-  updateAll();
+on('give', ({ key, value }) => {
+  const row = rowOf(key);
+  row?.give(value);
+  row?.end();
 });

@@ -4,27 +4,22 @@ import { get } from './api.js';
 import { byId, fill, make, setText, show } from './dom.js';
 import { cameraTime } from './head.js';
 import { editDay } from './dayeditor.js';
+import { schemeClass, sign } from './looks.js';
 import { on, store, tell } from './store.js';
+import { dayMinutes } from './times.js';
 import { word } from './words.js';
 
 const bar = make('div', { class: 'strip', role: 'group' });
 const now = make('div', { class: 'now', 'aria-hidden': 'true' });
 const ticks = make('div', { class: 'ticks', 'aria-hidden': 'true' });
-const edit = make('button', { type: 'button', id: 'edit-day', onclick: () => editDay() });
+const editName = make('span', { class: 'name' });
+const edit = make('button', { type: 'button', id: 'edit-day', onclick: () => editDay() }, sign('edit'), editName);
 const warn = make('button', { type: 'button', class: 'quiet warnings', onclick: () => editDay() });
 let newest = -1;
 let boot = '';
 let reading = null;
 let again = false;
 let plan = null;
-
-export const dayMinutes = 24 * 60;
-
-/** The look of a scheme: a colour, and a pattern for each further five. */
-export function schemeClass(scheme, isDefault) {
-  if (scheme === null) return 'part light';
-  return isDefault ? 'part factory' : `part s${scheme % 5} p${Math.floor(scheme / 5) % 3}`;
-}
 
 const isDefault = scheme => scheme === null ? false : store.schemes.find(one => one.number === scheme)?.default ?? false;
 
@@ -74,7 +69,7 @@ function draw() {
   setText(warn, count === 0 ? '' : count === 1 ? word('oneWarning') : word('someWarnings', { count }));
   show(warn, count > 0);
   warn.title = plan.warnings.map(one => one.text).join('\n');
-  setText(edit, word(store.session?.can.change ? 'editDay' : 'showDay'));
+  setText(editName, word(store.session?.can.change ? 'editDay' : 'showDay'));
   moveNow();
 }
 

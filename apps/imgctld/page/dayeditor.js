@@ -1,26 +1,17 @@
 // The windows of the schemes, by hand, by keyboard and by numbers. It is a draft: the camera tells what
 // would be in force, and gets nothing before it is applied.
 
-import { Problem, post, put } from './api.js';
+import { Problem, post, put, write } from './api.js';
 import { fill, make, setText, show } from './dom.js';
-import { dayMinutes, schemeClass, stripParts, tickMarks } from './day.js';
+import { stripParts, tickMarks } from './day.js';
+import { schemeClass } from './looks.js';
 import { on, readSchemes, refreshSoon, store } from './store.js';
+import { dayMinutes, minutesOf, timeText } from './times.js';
 import { word } from './words.js';
 
 const least = 5;
 const step = 5;
 let editor = null;
-
-const minutesOf = text => Number(text.slice(0, 2)) * 60 + Number(text.slice(3, 5));
-const textOf = minutes => `${String(Math.floor(minutes / 60)).padStart(2, '0')}:${String(minutes % 60).padStart(2, '0')}`;
-
-/** Reads HH:MM, 24 hours, 24:00 allowed; also 9 and 9:30. @return minutes, null for no time */
-export function readTime(text) {
-  const found = /^\s*(\d{1,2})(?:[:.](\d{2}))?\s*$/.exec(text);
-  if (!found) return null;
-  const minutes = Number(found[1]) * 60 + Number(found[2] ?? 0);
-  return Number(found[2] ?? 0) < 60 && minutes <= dayMinutes ? minutes : null;
-}
 
 const windowsOf = schemes => new Map(schemes.filter(scheme => !scheme.default).map(scheme =>
   [scheme.number, { enabled: scheme.enabled, start: minutesOf(scheme.start), end: minutesOf(scheme.end) }]));
@@ -52,7 +43,7 @@ class Lane {
   field(which, name) {
     const input = make('input', { type: 'text', class: 'time', inputMode: 'numeric', autocomplete: 'off', maxLength: 5,
       onchange: () => {
-        const minutes = readTime(input.value);
+        const minutes = minutesOf(input.value);
         const wrong = minutes === null;
         input.setAttribute('aria-invalid', String(wrong));
         if (wrong) this.owner.say(word('noTime', { text: input.value }), 'error');
@@ -148,7 +139,7 @@ class Lane {
     for (const input of [this.on, this.name, this.from, this.to]) input.disabled = !this.owner.may;
     for (const [input, value] of [[this.from, start], [this.to, end]]) {
       if (document.activeElement !== input || input.getAttribute('aria-invalid') !== 'true') {
-        input.value = textOf(value);
+        input.value = timeText(value);
         input.setAttribute('aria-invalid', 'false');
       }
     }
@@ -162,7 +153,7 @@ class Lane {
       const value = i === 0 ? start : end;
       grip.style.setProperty('--at', value / dayMinutes);
       grip.setAttribute('aria-valuenow', value);
-      grip.setAttribute('aria-valuetext', textOf(value));
+      grip.setAttribute('aria-valuetext', timeText(value));
       grip.setAttribute('aria-disabled', String(!this.owner.may));
     });
     const lost = warnings.find(one => one.kind === 'overlap' && one.schemes.at(-1) === this.number);
@@ -226,7 +217,7 @@ class Editor {
   async ask() {
     const mine = ++this.asked;
     const schemes = this.changes.map(([number, window]) =>
-      ({ number, enabled: window.enabled, start: textOf(window.start), end: textOf(window.end) }));
+      ({ number, enabled: window.enabled, start: timeText(window.start), end: timeText(window.end) }));
     try {
       const plan = await post('/plan', { schemes });
       if (mine !== this.asked) return;
@@ -278,7 +269,7 @@ class Editor {
     }
     show(this.theirs, true);
     fill(this.theirs, make('span', {}, word('windowsChanged', { windows: changed.map(([number, window]) =>
-      `${this.lanes.find(lane => lane.number === number).title} ${textOf(window.start)} - ${textOf(window.end)}${window.enabled ? '' : ` (${word('off')})`}`).join('; ') })),
+      `${this.lanes.find(lane => lane.number === number).title} ${timeText(window.start)} - ${timeText(window.end)}${window.enabled ? '' : ` (${word('off')})`}`).join('; ') })),
       make('button', { type: 'button', 'data-act': 'theirs', onclick: () => this.take(now) }, word('takeTheirs')),
       make('button', { type: 'button', 'data-act': 'mine', onclick: () => { this.base = now; show(this.theirs, false); this.changed(); } }, word('keepMine')));
   }
@@ -296,12 +287,12 @@ class Editor {
     this.apply.disabled = true;
     try {
       for (const [number, name] of this.names) {
-        await put(`/schemes/${number}`, { name });
+        await write(() => put(`/schemes/${number}`, { name }));
         this.names.delete(number);
       }
       for (const [number, window] of this.changes) {
         if (this.copies.has(number)) await post(`/schemes/${this.copies.get(number)}/copy`, { to: number });
-        await put(`/schemes/${number}`, { enabled: window.enabled, start: textOf(window.start), end: textOf(window.end) });
+        await put(`/schemes/${number}`, { enabled: window.enabled, start: timeText(window.start), end: timeText(window.end) });
         this.base.set(number, { ...window });
       }
       await readSchemes();

@@ -5,21 +5,42 @@ import { byId, fill, make, setText, show } from './dom.js';
 import { get, post } from './api.js';
 import { connect, link } from './link.js';
 import { on, readSession, store, tell } from './store.js';
+import { schemeClass, sign } from './looks.js';
 import { choose, language, word } from './words.js';
 
 const name = make('h1', { class: 'name' });
 const clock = make('time', { class: 'clock' });
-const schemeTitle = make('span');
+const badge = make('span');
+const schemeTitle = make('span', { class: 'title' });
 const schemeReason = make('span', { class: 'reason' });
-const scheme = make('span', { class: 'scheme' }, schemeTitle, schemeReason);
+const scheme = make('span', { class: 'scheme' }, badge, schemeTitle, schemeReason);
 const watching = make('span', { class: 'quiet-text' });
 const user = make('span', { class: 'user' });
 const logout = make('button', { type: 'button', class: 'quiet', onclick: () => leave() });
 const languages = make('select', { class: 'languages', onchange: () => changeLanguage(Number(languages.value)) });
+const menu = make('button', { type: 'button', class: 'menu', 'aria-expanded': 'false', 'aria-controls': 'more', onclick: () => openMenu() }, sign('menu'));
+const more = make('div', { id: 'more', onclick: event => { if (event.target.closest('button')) openMenu(false); } });
 const bands = new Map(); // name -> element
+let lostAt = ''; // the camera's time of the last word from it
+
+/** Where a narrow page has what else stands beside the picture. */
+export const menuPlace = make('div', { class: 'menu-place' });
+
+function openMenu(open = !more.classList.contains('open')) {
+  more.classList.toggle('open', open);
+  menu.setAttribute('aria-expanded', String(open));
+}
+
+/** Says something to those who hear the page. */
+function announce(text) {
+  setText(byId('said'), text);
+}
 
 export async function setUp() {
-  fill(byId('head'), name, clock, scheme, make('span', { class: 'space' }), watching, user, languages, logout);
+  fill(byId('head'), name, clock, scheme, make('span', { class: 'space' }), menu, more);
+  fill(more, menuPlace, watching, user, languages, logout);
+  document.addEventListener('keydown', event => { if (event.key === 'Escape') openMenu(false); });
+  document.addEventListener('pointerdown', event => { if (!event.target.closest('#more, .menu')) openMenu(false); });
   setInterval(tick, 500);
   await fillLanguages().catch(() => {});
 }
@@ -66,7 +87,7 @@ function tick() {
     Math.abs(((time.getTime() - Date.now() + new Date().getTimezoneOffset() * 60000) % 86400000)) > 120000;
   band('clock', differs ? word('clockDiffers', { camera: time.toISOString().slice(11, 16), here: new Date().toTimeString().slice(0, 5) }) : '', 'thin');
   if (store.link === 'lost') {
-    band('lost', word('lost', { time: link.heard?.toTimeString().slice(0, 8) ?? '-', seconds: Math.max(0, Math.ceil((link.next - Date.now()) / 1000)) }),
+    band('lost', word('lost', { time: lostAt || '-', seconds: Math.max(0, Math.ceil((link.next - Date.now()) / 1000)) }),
       'error', [make('button', { type: 'button', onclick: connect }, word('now'))]);
   } else band('lost', '');
 }
@@ -83,6 +104,7 @@ export function band(key, text, kind = '', extra = []) {
     element = make('div', {}, make('span'), make('span', { class: 'extra' }));
     bands.set(key, element);
     byId('bands').append(element);
+    announce(text);
   }
   element.className = `band ${kind}`;
   setText(element.firstChild, text);
@@ -101,16 +123,21 @@ function update() {
     setText(name, title);
     document.title = title;
     hearTime(camera.time);
-    setText(schemeTitle, camera.scheme.title);
+    setText(schemeTitle, camera.scheme.name || camera.scheme.title);
+    badge.className = `badge ${schemeClass(camera.scheme.number, camera.scheme.default)}`;
+    setText(badge, camera.scheme.default ? '' : String(camera.scheme.number));
+    show(badge, !camera.scheme.default);
     const until = camera.next ? ` ${word('until', { time: camera.next.time === '00:00' ? '24:00' : camera.next.time })}` : '';
     setText(schemeReason, `${until}, ${word(`reason_${camera.scheme.reason}`)}`);
-    scheme.title = `${schemeTitle.textContent}${schemeReason.textContent}: ${camera.scheme.reason_text}`;
+    scheme.title = `${camera.scheme.title}${schemeReason.textContent}: ${camera.scheme.reason_text}`;
     const gone = camera.layer.state === 'gone';
     band('gone', gone ? word('gone', { device: camera.layer.device ?? camera.layer.name, seconds: camera.layer.gone_seconds }) : '', 'warn');
     band('manual', camera.mode === 'manual' ? word('byHand') : '', 'thin',
       session?.can.administrate ? [make('button', { type: 'button', onclick: () => tell('mode', 'schedule') }, word('followSchedule'))] : []);
   }
   if (session) {
+    document.body.classList.toggle('viewer', !session.can.change);
+    menu.setAttribute('aria-label', word('menu'));
     setText(user, session.user ? `${session.user} (${session.role})` : '');
     setText(logout, word('logout'));
     show(logout, session.login_needed && session.logged_in);
@@ -134,7 +161,14 @@ function alertHow() {
 
 on('camera', update);
 on('session', update);
-on('link', () => { document.body.classList.toggle('lost', store.link === 'lost'); tick(); update(); });
+on('announce', announce);
+on('link', () => {
+  const lost = store.link === 'lost';
+  if (lost && !document.body.classList.contains('lost')) lostAt = known ? cameraTime().toISOString().slice(11, 19) : '';
+  document.body.classList.toggle('lost', lost);
+  tick();
+  update();
+});
 on('time', event => {
   hearTime(event.time);
   setText(watching, event.watching ? word('watching', { count: event.watching }) : '');
@@ -148,4 +182,4 @@ setInterval(() => {
     if (!session.logged_in) tell('login', '');
     else if (before !== session.role) connect();
   }).catch(() => {});
-}, 1500);
+}, 1000);

@@ -6,15 +6,17 @@ import { language } from './words.js';
 import { readCamera, readParameters, readSchemes, readSession, refreshSoon, store, tell } from './store.js';
 
 const silence = 25000;
+const settling = 600;
 const delays = [1000, 2000, 4000, 8000, 10000];
 
 let source = null;
 let quiet = null;
 let retry = null;
+let settled = null;
 let tries = 0;
 let last = '';
 
-export const link = { heard: null, next: null };
+export const link = { next: null };
 
 function setState(state) {
   if (store.link === state) return;
@@ -23,7 +25,6 @@ function setState(state) {
 }
 
 function hear() {
-  link.heard = new Date();
   clearTimeout(quiet);
   quiet = setTimeout(lose, silence);
 }
@@ -68,12 +69,23 @@ export async function connect() {
         const entry = take(event);
         tell('journal', entry);
         refreshSoon();
+        // What depends on the change is known once the camera has looked at its device again.
+        clearTimeout(settled);
+        settled = setTimeout(refreshSoon, settling);
       });
     }
+    // Until it has said something it is no connection, whatever else is answered.
+    const speaks = new Promise(done => {
+      for (const kind of ['hello', 'reset']) stream.addEventListener(kind, done, { once: true });
+    });
     stream.addEventListener('reset', event => { take(event); refreshSoon(0); });
     stream.addEventListener('hello', take);
-    stream.addEventListener('time', event => tell('time', take(event)));
-    await Promise.all([readCamera(), readSchemes(), readParameters()]);
+    stream.addEventListener('time', event => {
+      const said = take(event);
+      tell('time', said);
+      if (said.snapshot > (store.camera?.sequence ?? 0)) refreshSoon();
+    });
+    await Promise.all([speaks, readCamera(), readSchemes(), readParameters()]);
     if (source !== stream) return;
     tries = 0;
     link.next = null;

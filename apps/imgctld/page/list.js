@@ -1,9 +1,11 @@
 // Groups, tabs and their controls: found by group, by search, or by what is unsaved.
 
 import { byId, fill, make, setText, show } from './dom.js';
-import { rowOf, shown, valueText } from './controls.js';
-import { get } from './api.js';
-import { on, store, targetIsInForce, targetScheme, tell } from './store.js';
+import { rowOf } from './controls.js';
+import { canChange, shown } from './row.js';
+import { get, patch } from './api.js';
+import { preview } from './picture.js';
+import { on, refreshSoon, store, targetIsInForce, targetScheme, tell } from './store.js';
 import { word } from './words.js';
 
 let filter = 'all';
@@ -18,6 +20,12 @@ const target = make('select', { id: 'target', onchange: () => choose(Number(targ
 const targetLabel = make('label', { htmlFor: 'target' });
 const targetNote = make('p', { class: 'target-note', hidden: true });
 const back = make('button', { type: 'button', onclick: () => choose(store.camera.scheme.number) });
+const showIt = make('button', { type: 'button', 'data-act': 'show', onclick: () => {
+  preview(preview.scheme === targetScheme() ? null : targetScheme());
+  showTarget();
+} });
+const record = make('select', { id: 'record', onchange: () => recordIn(Number(record.value)) });
+let recorded = ''; // what became of recording, until the next switch
 
 export function setUp() {
   fill(byId('find'),
@@ -39,6 +47,7 @@ export function setUp() {
 async function choose(scheme) {
   const inForce = scheme === store.camera.scheme.number;
   store.target = inForce ? null : scheme;
+  preview(null);
   if (!inForce) await readOther(scheme);
   tell('target');
   layout();
@@ -69,10 +78,51 @@ function showTarget() {
   document.body.classList.toggle('other-scheme', Boolean(other));
   const scheme = store.schemes.find(one => one.number === targetScheme());
   setText(back, word('backToInForce'));
-  if (other && scheme) fill(targetNote, word('notInForce', { scheme: scheme.title }), back);
-  else if (store.camera?.scheme.default) fill(targetNote, word('outsideWindows'));
-  else fill(targetNote);
+  setText(showIt, word(preview.scheme === targetScheme() ? 'showInForce' : 'showInPicture'));
+  let parts = [];
+  if (other && scheme) parts = [make('span', {}, word('notInForce', { scheme: scheme.title })), showIt, back];
+  else if (store.camera?.scheme.default) parts = outsideParts();
+  const saying = parts.map(one => one.id + one.textContent).join('|');
+  if (targetNote.dataset.saying === saying) return;
+  targetNote.dataset.saying = saying;
+  fill(targetNote, parts);
   show(targetNote, targetNote.textContent !== '');
+}
+
+/** What was changed outside all windows, where nothing is recorded. */
+const differsFromFactory = () => Object.fromEntries([...store.parameters.values()].filter(one => isShown(one) && one.value !== null &&
+  one.factory !== null && one.value !== one.factory && !one.flags.includes('not_in_scheme')).map(one => [one.key, one.value]));
+
+/** Outside all windows: how long a change lasts, and where it could be kept. */
+function outsideParts() {
+  const next = store.camera.next?.time;
+  const said = make('span', {}, next ? word('outsideUntil', { time: next === '00:00' ? '24:00' : next }) : word('outsideWindows'));
+  const offers = canChange() && Object.keys(differsFromFactory()).length > 0;
+  if (offers) fillRecord();
+  return [said, offers ? record : null, recorded ? make('span', { role: 'status' }, recorded) : null].filter(Boolean);
+}
+
+function fillRecord() {
+  record.setAttribute('aria-label', word('recordIn'));
+  const options = store.schemes.filter(scheme => !scheme.default).map(scheme => make('option', { value: scheme.number, textContent: scheme.title }));
+  const signature = word('recordIn') + options.map(one => one.textContent).join();
+  if (record.dataset.signature === signature) return;
+  record.dataset.signature = signature;
+  fill(record, make('option', { value: '', textContent: word('recordIn'), selected: true }), options);
+}
+
+async function recordIn(scheme) {
+  const values = differsFromFactory();
+  record.value = '';
+  try {
+    await patch('/parameters', { values, scheme, record: true });
+    recorded = word('recordedIn', { scheme: store.schemes.find(one => one.number === scheme)?.title ?? scheme,
+      what: Object.keys(values).map(key => store.parameters.get(Number(key)).label).join(', ') });
+  } catch (error) {
+    recorded = error.document ? error.message : word('noAnswerAtAll');
+  }
+  refreshSoon(0);
+  showTarget();
 }
 
 const isShown = parameter => parameter.element === 'notice' ||
@@ -159,7 +209,7 @@ function layout() {
   for (const group of visible) {
     for (const tab of group.tabs) {
       const keys = tab.keys.filter(key => wanted(store.parameters.get(key)));
-      const elements = keys.map(rowOf).filter(Boolean).map(row => row.element);
+      const elements = [...new Set(keys.map(rowOf).filter(Boolean).map(row => row.element))];
       if (elements.length) sections.push({ tab, keys, elements });
     }
   }
@@ -170,6 +220,7 @@ function layout() {
     fill(byId('groups'), nav);
     if (focused !== null) [...byId('groups').querySelectorAll('button')].find(one => one.textContent === focused)?.focus();
   }
+  byId('list').dataset.filter = filter;
   const signature = JSON.stringify([sections.map(section => [section.tab.key, section.tab.label, section.keys]), emptyText()]);
   if (built === signature) return;
   built = signature;
@@ -197,11 +248,12 @@ export function reveal(key) {
   clearSearch();
   chosen = group.id;
   layout();
-  byId(`row${key}`)?.scrollIntoView({ block: 'center' });
-  byId(`c${key}`)?.focus();
+  const row = rowOf(key);
+  row?.element.scrollIntoView({ block: 'center' });
+  if (row) byId(row.id)?.focus();
 }
 
-export const textOf = (key, value) => valueText(store.parameters.get(key), value);
+on('reveal', reveal);
 
 on('parameters', async () => {
   if (store.target !== null && store.target === store.camera?.scheme.number) store.target = null;
@@ -220,6 +272,7 @@ on('camera', () => {
     store.target = store.inForce;
     readOther(store.inForce).then(() => tell('target')).catch(() => {});
   }
+  if (store.inForce !== store.camera?.scheme.number) recorded = '';
   store.inForce = store.camera?.scheme.number;
   showTarget();
 });

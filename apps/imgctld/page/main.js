@@ -1,34 +1,44 @@
 // Puts the page together.
 
-import { byId, fill, make, setText } from './dom.js';
+import { byId, fill, make } from './dom.js';
 import { post, put } from './api.js';
 import { openCompare } from './compare.js';
 import * as day from './day.js';
 import * as head from './head.js';
+import { lensTools } from './lens.js';
 import * as list from './list.js';
 import * as panel from './panel.js';
 import * as picture from './picture.js';
 import * as save from './save.js';
 import { connect } from './link.js';
+import { narrow, sign } from './looks.js';
 import { on, refreshSoon, tell } from './store.js';
 import { choose, word } from './words.js';
 import './login.js';
 
 function setUpTools() {
-  const freeze = make('button', { type: 'button', 'aria-pressed': 'false', onclick: () => {
-    const frozen = picture.toggleFreeze();
-    freeze.setAttribute('aria-pressed', String(frozen));
-    setText(freeze, word(frozen ? 'unfreeze' : 'freeze'));
-  } }, word('freeze'));
-  fill(byId('tools'), ...panel.tabs, make('span', { class: 'space' }), freeze,
-    make('button', { type: 'button', onclick: openCompare }, word('compare')),
-    make('button', { type: 'button', onclick: () => byId('picture').requestFullscreen?.() }, word('full')),
-    make('button', { type: 'button', onclick: picture.saveStill }, word('still1')));
+  const tool = (name, text, onclick) => make('button', { type: 'button', class: 'tool', title: word(text), 'data-tool': name, onclick },
+    sign(name), make('span', { class: 'name' }, word(text)));
+  const freeze = frozen => {
+    const button = tool(frozen ? 'unfreeze' : 'freeze', frozen ? 'unfreeze' : 'freeze', () => {
+      const next = freeze(picture.toggleFreeze());
+      button.replaceWith(next);
+      next.focus();
+    });
+    return button;
+  };
+  const still = tool('still', 'still1', picture.saveStill);
+  const place = narrow.matches ? head.menuPlace : null;
+  const full = tool('full', 'full', () => byId('picture').requestFullscreen?.());
+  fill(head.menuPlace, place ? [...panel.menuTabs, still] : []);
+  fill(byId('tools'), freeze(picture.isFrozen()), tool('compare', 'compare', openCompare), place ? full : null,
+    lensTools.map(one => one.element), place ? null : [make('span', { class: 'space' }), full, still]);
 }
+narrow.addEventListener('change', setUpTools);
 
 /** Names what the page consists of, for those who hear it. */
 function nameParts() {
-  for (const [id, name] of [['head', 'camera'], ['day', 'day'], ['left', 'livePicture'], ['right', 'settings'], ['groups', 'groups'], ['tools', 'tools']]) {
+  for (const [id, name] of [['head', 'camera'], ['bands', 'state'], ['day', 'day'], ['left', 'livePicture'], ['right', 'settings'], ['groups', 'groups'], ['tools', 'tools']]) {
     byId(id).setAttribute('aria-label', word(name));
   }
 }

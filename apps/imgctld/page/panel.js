@@ -4,18 +4,22 @@
 import { ask, get, post } from './api.js';
 import { byId, fill, make, setText, show } from './dom.js';
 import { reveal } from './list.js';
+import { narrow } from './looks.js';
 import { on, refreshSoon, store } from './store.js';
-import { word } from './words.js';
+import { person, word } from './words.js';
 
 const looks = ['dark', 'bright', 'grey', 'blurred', 'noisy'];
-/** The buttons that choose; they stand with the picture's own. */
-export const tabs = ['explain', 'history'].map(name => make('button', { type: 'button', 'data-view': name, onclick: () => view(name) }));
+const views = ['explain', 'history'];
+const makeTabs = () => views.map(name => make('button', { type: 'button', 'data-view': name, onclick: () => view(name) }));
+const tabs = makeTabs();
+/** The same for a narrow page's menu: there the panel is not seen before it is asked for. */
+export const menuTabs = makeTabs();
 const close = make('button', { type: 'button', class: 'quiet close', onclick: () => hide() });
 const body = make('div', { class: 'panel-body', tabIndex: -1 });
-const state = { view: 'explain', subject: null, count: 0, open: false, onlyKey: false };
+const state = { view: 'explain', subject: null, count: 0, open: false, onlyKey: false, mine: false };
 
 export function setUp() {
-  fill(byId('panel'), close, body);
+  fill(byId('panel'), close, make('div', { class: 'panel-tabs', role: 'group' }, tabs), body);
   view('explain', false);
 }
 
@@ -23,7 +27,7 @@ function view(name, open = true) {
   state.view = name;
   state.open = state.open || open;
   byId('panel').classList.toggle('open', state.open);
-  for (const tab of tabs) {
+  for (const tab of [...tabs, ...menuTabs]) {
     setText(tab, word(tab.dataset.view === 'explain' ? 'explainTitle' : 'history'));
     tab.setAttribute('aria-pressed', String(tab.dataset.view === name));
   }
@@ -77,7 +81,11 @@ function stretchView(part) {
     next?.keys.length ? make('ul', {}, next.keys.map(key => make('li', {}, `${key.label}: ${key.old_text ?? '-'} → ${key.new_text ?? '-'}`))) : null];
 }
 
-const showButton = (key, label) => make('button', { type: 'button', class: 'quiet', 'data-id': `show${key}`, onclick: () => { hide(); reveal(key); } }, word('show', { label }));
+const showButton = (key, label) => make('button', { type: 'button', class: 'quiet', 'data-id': `show${key}`, onclick: () => {
+  if (narrow.matches) hide();
+  else explain(key);
+  reveal(key);
+} }, word('show', { label }));
 
 /** A button that does what the camera advises. */
 function actionButton(action, id) {
@@ -106,7 +114,7 @@ function actionButton(action, id) {
 export function explain(subject) {
   state.subject = subject;
   return view('explain').then(() => {
-    if (!matchMedia('(max-width: 899px)').matches) return;
+    if (!narrow.matches) return;
     // The sheet stands below what it is about.
     byId(`row${subject}`)?.scrollIntoView({ block: 'start' });
     body.focus({ preventScroll: true });
@@ -122,27 +130,51 @@ async function historyView() {
   const label = store.parameters.get(state.subject)?.label;
   const only = label ? make('label', { class: 'check' }, make('input', { type: 'checkbox', checked: state.onlyKey, 'data-id': 'only',
     onchange: event => { state.onlyKey = event.target.checked; refresh(); } }), word('onlyThis', { label })) : null;
-  if (!document.entries.length) return [only, make('p', { class: 'quiet-text' }, word('noHistory'))];
-  return [only, make('ol', { class: 'history' }, document.entries.map(entryItem))];
+  const user = store.session?.user;
+  const mine = user ? make('label', { class: 'check' }, make('input', { type: 'checkbox', checked: state.mine, 'data-id': 'mine',
+    onchange: event => { state.mine = event.target.checked; refresh(); } }), word('mine')) : null;
+  const entries = document.entries.filter(entry => !user || !state.mine || entry.who === user);
+  const filters = make('p', { class: 'looks' }, only, mine);
+  if (!entries.length) return [filters, make('p', { class: 'quiet-text' }, word('noHistory'))];
+  return [filters, make('ol', { class: 'history' }, entries.map(entry => entryItem(entry, document.entries)))];
 }
 
-function entryItem(entry) {
+/** The scheme that an entry is about, as people call it. */
+function schemeOf(entry) {
+  const number = entry.scheme >= 0 ? entry.scheme : entry.changes[0]?.scheme ?? null;
+  return store.schemes.find(one => one.number === number)?.title ?? null;
+}
+
+/** What stands in the way of taking an entry back: the newer changes of its keys. */
+const newerThan = (entry, entries) => entries.filter(one => one.id > entry.id && one.kind === 'values' &&
+  one.changes.some(change => entry.changes.some(mine => mine.key === change.key && mine.scheme === change.scheme)));
+
+/** Offers to take the newer changes back first, where that is possible. */
+function undoAll(entry, entries) {
+  const newer = newerThan(entry, entries);
+  if (!newer.length || !newer.every(one => one.undoable)) return null;
+  return make('button', { type: 'button', 'data-id': `both${entry.id}`, onclick: () => undo(entry.id, false, newer.map(one => one.id)) },
+    newer.length === 1 ? word('undoBoth') : word('undoThose', { done: newer.length + 1 }));
+}
+
+function entryItem(entry, entries) {
   const changes = entry.changes.map(change => word('changed', { label: change.label, old: change.old_text ?? '-', now: change.new_text ?? '-' })).join('; ');
   const said = undone.get(entry.id);
   const may = entry.undoable && store.session?.can.change && store.link === 'live';
   return make('li', { 'data-entry': entry.id },
     make('time', {}, entry.time.slice(11)), ' ',
     make('span', { class: 'what' }, changes || entry.text || word(`kind_${entry.kind}`)), ' ',
-    make('span', { class: 'quiet-text' }, [entry.who, word(`cause_${entry.cause}`), entry.scheme_title, changes ? entry.text : null].filter(Boolean).join(', ')), ' ',
+    make('span', { class: 'quiet-text' }, [person(entry) || null, word(`cause_${entry.cause}`), schemeOf(entry), changes ? entry.text : null].filter(Boolean).join(', ')), ' ',
     may ? make('button', { type: 'button', class: 'quiet', 'data-id': `undo${entry.id}`,
       'aria-label': `${word('undo')}: ${changes}`, onclick: () => undo(entry.id, false) }, word('undo')) : null,
-    said ? make('p', { class: 'note error', role: 'alert' }, said.text,
+    said ? make('p', { class: 'note error', role: 'alert' }, said.text, said.newer ? undoAll(entry, entries) : null,
       said.newer ? make('button', { type: 'button', 'data-id': `anyway${entry.id}`, onclick: () => undo(entry.id, true) }, word('undoAnyway')) : null) : null);
 }
 
-async function undo(entry, force) {
+async function undo(entry, force, before = []) {
   undone.delete(entry);
   try {
+    for (const newer of before) await post('/undo', { entry: newer });
     await post('/undo', force ? { entry, force } : { entry });
   } catch (error) {
     undone.set(entry, { text: error.message, newer: error.document?.code === 'newer_change' });

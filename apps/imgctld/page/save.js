@@ -1,6 +1,6 @@
 // What is kept and what is not: the camera counts, in all schemes; the page only says it.
 
-import { Problem, post } from './api.js';
+import { Problem, post, write } from './api.js';
 import { byId, fill, make, setText, show } from './dom.js';
 import { own } from './sender.js';
 import { on, readCamera, refreshSoon, store } from './store.js';
@@ -35,7 +35,7 @@ async function save() {
   saving = true;
   update();
   try {
-    const answer = await post('/save');
+    const answer = await write(() => post('/save'));
     own.changes = 0;
     say(word('savedAt', { time: answer.time.slice(11) }));
   } catch (error) {

@@ -1,9 +1,9 @@
 // Values on their way to the camera: one request at a time for each key, and of those that wait only the
 // newest. A request names the scheme that was shown when the movement of the hand began.
 
-import { Problem, put } from './api.js';
+import { patch, Problem, put } from './api.js';
 import { on, refreshSoon, store, takeResults, targetIsInForce, targetScheme } from './store.js';
-import { trying, tryValue } from './trial.js';
+import { trying, tryValues } from './trial.js';
 
 const running = new Map(); // key -> { next }
 export const own = { changes: 0 };
@@ -18,46 +18,54 @@ export function beginGesture() {
   };
 }
 
-/** Sends a value. @param done receives the result of the key, or a problem */
-export function send(key, value, gesture, done) {
+/** Sends values of keys that belong together: one of each.
+ * @param done receives the camera's answer, or a problem */
+export function send(keys, values, gesture, done) {
   if (store.link === 'lost') return;
-  const busy = running.get(key);
-  if (busy) {
-    busy.next = { value, gesture, done };
-    return;
-  }
-  run(key, { value, gesture, done });
+  const job = { keys, values, gesture, done };
+  const busy = running.get(keys[0]);
+  if (busy) busy.next = job;
+  else run(job);
 }
 
 export const isSending = key => running.has(key);
 
-async function run(key, job) {
+function request({ keys, values, gesture }) {
+  const pairs = Object.fromEntries(keys.map((key, i) => [key, values[i]]));
+  if (gesture.trial) return tryValues(pairs, gesture);
+  const body = { scheme: gesture.scheme, gesture: gesture.number };
+  // The clock may have switched since the hand began: its change still belongs where it began.
+  if (gesture.record || gesture.scheme !== store.camera.scheme.number) body.record = true;
+  return keys.length === 1 ? put(`/parameters/${keys[0]}`, { value: values[0], ...body }) : patch('/parameters', { values: pairs, ...body });
+}
+
+async function run(job) {
   const state = { next: null };
-  running.set(key, state);
-  let result = null;
+  running.set(job.keys[0], state);
+  let answer = null;
   let problem = null;
   try {
-    const body = { value: job.value, scheme: job.gesture.scheme, gesture: job.gesture.number };
-    // The clock may have switched since the hand began: its change still belongs where it began.
-    if (job.gesture.record || job.gesture.scheme !== store.camera.scheme.number) body.record = true;
-    const answer = await (job.gesture.trial ? tryValue(key, job.value, job.gesture) : put(`/parameters/${key}`, body));
+    answer = await request(job);
     if (job.gesture.trial) refreshSoon();
     else own.changes++;
     takeResults(answer);
-    result = answer.results?.[0] ?? null;
   } catch (error) {
     problem = error instanceof Problem ? error : new Problem(0, { detail: null, code: 'no_answer' });
     // The camera has switched, and this page hears of it only now.
     if (problem.document.code === 'scheme_conflict' && !job.gesture.record && !job.gesture.trial) {
       job.gesture.record = true;
-      run(key, state.next ?? job);
+      run(state.next ?? job);
       return;
+    }
+    if (problem.document.partly) {
+      own.changes++;
+      refreshSoon();
     }
     takeResults(problem.document);
   }
-  running.delete(key);
-  if (state.next) run(key, state.next);
-  else job.done(result, problem);
+  running.delete(job.keys[0]);
+  if (state.next) run(state.next);
+  else job.done(answer, problem);
 }
 
 // What a person did while nobody answered is not done later, behind his back.

@@ -2,6 +2,7 @@
 // and an older number never replaces a newer one.
 
 import { get } from './api.js';
+import { person } from './words.js';
 
 const listeners = new Map(); // topic -> functions
 const numbers = new Map();   // document -> the camera's number of it
@@ -14,6 +15,7 @@ export const store = {
   parameters: new Map(), // key -> document, each with the number it came with
   schemes: [],
   link: 'connecting',    // connecting, live, lost
+  by: new Map(),         // key -> who changed it last, as far as this page heard
   target: null,          // the scheme that a person chose to change; null: the one in force
 };
 
@@ -76,6 +78,8 @@ export function takeResults(document) {
     tell('parameter', result.key);
   }
 }
+
+on('journal', entry => { for (const change of entry.changes ?? []) store.by.set(change.key, person(entry) || undefined); });
 
 /** Reads a part of the camera's state; of several wishes at a time one more is carried out. */
 function reader(path, take) {

@@ -21,6 +21,14 @@ export async function choose(language) {
 
 export const language = () => chosen;
 
+/** Who did something, as a person would say it. @param origin with who and client */
+export function person({ who, client }) {
+  if (who) return who;
+  const address = /^open:(.*)$/.exec(client ?? '')?.[1];
+  if (address === undefined) return client ?? '';
+  return /^(127\.|::1$|\[::1\])/.test(address) ? word('someoneHere') : word('someoneAt', { address });
+}
+
 /** A text by its name, with {names} in it replaced. */
 export function word(name, values = {}) {
   const text = own[name] ?? english[name] ?? name;
