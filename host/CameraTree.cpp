@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 namespace v4l2 = image_adjust::v4l2;
 
-/// The user's folder for what programs keep; a service without a home has the machine's.
+/// The user's folder for what programs keep; a service has no home of its own, and the machine's.
 fs::path stateFolder() {
     const auto folder = [](const char* variable) {
         const char* text = std::getenv(variable);
@@ -28,7 +28,15 @@ fs::path stateFolder() {
     if (!folder("XDG_STATE_HOME").empty()) {
         return folder("XDG_STATE_HOME") / "imgctl";
     }
-    return folder("HOME").empty() ? "/var/lib/imgctl" : folder("HOME") / ".local/state/imgctl";
+    const fs::path home = folder("HOME");
+    return home.empty() || access(home.c_str(), W_OK | X_OK) != 0 ? "/var/lib/imgctl"
+                                                                  : home / ".local/state/imgctl";
+}
+
+/// The sample camera's device tree where this program is installed.
+fs::path installedSample() {
+    std::error_code error;
+    return fs::read_symlink("/proc/self/exe", error).parent_path() / IMGCTL_SAMPLE;
 }
 
 /// A name that a camera was given by, as a file name: no two share one.
@@ -51,10 +59,25 @@ bool isTree(const fs::path& path) {
     return fs::is_directory(path / "hd1", error);
 }
 
+bool copySample(const fs::path& place, std::string& problem) {
+    std::error_code error;
+    fs::copy(installedSample(), place, fs::copy_options::recursive, error);
+    if (error) {
+        problem = "the sample " + quoted(installedSample().string()) +
+                  " cannot be copied: " + error.message();
+    }
+    return !error;
+}
+
 /// Makes a tree beside its place and moves it there, so that one that is there is whole.
-bool make(const std::string& camera, const fs::path& place, std::string& name,
+/// @param camera  a Linux camera, or empty for the sample
+bool make(const std::string& camera, const fs::path& wanted, std::string& name,
           std::string& problem) {
     std::error_code error;
+    fs::path place = fs::absolute(wanted, error);
+    if (!place.has_filename()) { // of "folder/"
+        place = place.parent_path();
+    }
     fs::create_directories(place.parent_path(), error);
     std::string beside = place.string() + ".XXXXXX";
     if (error || mkdtemp(beside.data()) == nullptr) {
@@ -63,7 +86,9 @@ bool make(const std::string& camera, const fs::path& place, std::string& name,
         return false;
     }
     MadeDevice made;
-    const bool good = makeDeviceFor(camera, beside, made, name, problem);
+    name = "a simulated sensor";
+    const bool good = camera.empty() ? copySample(beside, problem)
+                                     : makeDeviceFor(camera, beside, made, name, problem);
     if (good) {
         fs::rename(beside, place, error);
     }
@@ -152,17 +177,20 @@ bool makeDeviceFor(const std::string& camera, const std::string& directory, Made
 
 bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& problem) {
     tree = CameraTree();
-    tree.path = options.device;
-    if (!tree.path.empty()) {
-        return true;
-    }
     const std::string camera = deviceOfLayer(options.layer);
-    const char* chosen = std::getenv("IMGCTL_DEVICE");
-    if (camera.empty() || (chosen != nullptr && chosen[0] != '\0')) {
-        tree.path = defaultDeviceTree();
-        return true;
+    const char* const chosen = std::getenv("IMGCTL_DEVICE");
+    const bool named = !options.device.empty() || (chosen != nullptr && chosen[0] != '\0');
+    if (!named && !camera.empty()) {
+        return treeOfCamera(camera, tree, problem);
     }
-    return treeOfCamera(camera, tree, problem);
+    tree.path = options.device.empty() ? defaultDeviceTree() : options.device;
+    bool wanted = options.makeDevice;
+    // Of a program that is not installed there is no sample, and its folder is the place to say.
+    if (!named && !isTree(tree.path) && isTree(installedSample())) {
+        tree.path = (stateFolder() / "device-root").string();
+        wanted = true;
+    }
+    return !wanted || isTree(tree.path) || make(camera, tree.path, tree.madeFor, problem);
 }
 
 std::string cameraMeant(const std::string& given) {

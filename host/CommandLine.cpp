@@ -151,9 +151,13 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
     CameraArguments* const to = &arguments;
     return {
         {"--device", "DIR", "a folder",
-         "device tree (default: $IMGCTL_DEVICE, else device-root beside me; of a Linux camera one "
-         "that is made in the user's state folder)",
+         "device tree (default: $IMGCTL_DEVICE, else device-root beside me, else one that is made "
+         "in the user's state folder; a Linux camera has one of its own there)",
          takeText(to->camera.device)},
+        {"--make-device", "", "",
+         "make the device tree that --device names where there is none: for the Linux camera, or "
+         "as a sample",
+         takeFlag(to->camera.makeDevice)},
         {"--layer", "LAYER", "simulator, v4l2:/dev/videoN or so:FILE",
          "the image-adjust layer (default: simulator); 'imgctl cameras' lists those of this "
          "machine",

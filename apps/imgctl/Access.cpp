@@ -11,8 +11,8 @@
 #include "Command.h"
 #include "Prompt.h"
 #include "TerminalGuard.h"
+#include "host/CameraTree.h"
 #include "host/CommandLine.h"
-#include "host/DeviceTree.h"
 #include "host/Text.h"
 #include "host/access/Accounts.h"
 #include "host/access/SelfSigned.h"
@@ -62,8 +62,8 @@ std::vector<host::CommandLineOption> commandLine(Arguments& to) {
         };
     };
     return {
-        {"--device", "DIR", "a folder", "the device tree that the users belong to",
-         text(to.device)},
+        {"--device", "DIR", "a folder",
+         "the device tree that the users belong to (default: as imgctl's)", text(to.device)},
         {"--users", "FILE", "a file", "users and tokens (default: users.cfg in the device tree)",
          text(to.users)},
         {"--role", "ROLE", "monitor, viewer, operator or administrator", "what one may do",
@@ -340,13 +340,17 @@ int runAccess(int argc, char* const* argv) {
     }
     std::string file = arguments.users;
     if (file.empty()) {
-        const std::string tree =
-            arguments.device.empty() ? host::defaultDeviceTree() : arguments.device;
-        if (access(tree.c_str(), F_OK) != 0) {
-            return static_cast<int>(refuse(
-                Status::failed, "there is no device tree " + tree + "; name it with --device"));
+        host::CameraOptions asked;
+        asked.device = arguments.device;
+        host::CameraTree tree;
+        if (!host::deviceTreeFor(asked, tree, problem)) {
+            return static_cast<int>(refuse(Status::failed, problem));
         }
-        file = tree + "/users.cfg";
+        if (access(tree.path.c_str(), F_OK) != 0) {
+            return static_cast<int>(refuse(Status::failed, "there is no device tree " + tree.path +
+                                                               "; name it with --device"));
+        }
+        file = tree.path + "/users.cfg";
     }
     return static_cast<int>(arguments.word(0) == "user" ? user(file, arguments)
                                                         : token(file, arguments));
