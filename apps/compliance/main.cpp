@@ -11,8 +11,8 @@
 #include "ISensorController.h"
 #include "LinuxFramework.h"
 #include "ModuleConfigure.h"
-#ifdef COMPLIANCE_SIMULATOR
 #include "SensorPaths.h"
+#ifdef COMPLIANCE_SIMULATOR
 #include "SimulatedImageAdjust.h"
 #endif
 
