@@ -60,8 +60,9 @@ std::shared_ptr<const Catalogue> controlsOf(const std::string& style) {
 
 /// What the controls of a style take.
 std::string rangesOfStyle(const std::string& text) {
+    const std::shared_ptr<const Catalogue> controls = controlsOf(text);
     std::string list;
-    for (const Parameter& parameter : controlsOf(text)->parameters) {
+    for (const Parameter& parameter : controls->parameters) {
         list += parameter.shortName + " " +
                 (parameter.style ? parameter.style->text() : std::string()) + "\n";
     }
