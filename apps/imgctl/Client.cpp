@@ -8,7 +8,7 @@
 namespace imgctl {
 namespace {
 
-constexpr std::chrono::seconds kPatience(5);
+constexpr std::chrono::seconds kPatience(30); ///< a simulated picture takes a small processor ten
 
 class OwnCamera : public Client {
 public:
