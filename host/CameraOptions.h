@@ -10,7 +10,8 @@ namespace host {
 
 /// How a camera is switched on.
 struct CameraOptions {
-    std::string device;              ///< the device tree; empty: see deviceTreeFor()
+    std::string device;      ///< the device tree; empty: see deviceTreeFor()
+    bool makeDevice = false; ///< where there is no tree, one is made from what the layer tells
     std::string program = "imgctl";  ///< who owns it, for the second that asks
     std::string layer = "simulator"; ///< "simulator", "v4l2:/dev/video0", "so:PATH"
 

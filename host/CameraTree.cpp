@@ -46,11 +46,6 @@ std::string fileNameOf(const std::string& given) {
     return name;
 }
 
-bool isTree(const fs::path& path) {
-    std::error_code error;
-    return fs::is_directory(path / "hd1", error);
-}
-
 /// Makes a tree beside its place and moves it there, so that one that is there is whole.
 bool make(const std::string& camera, const fs::path& place, std::string& name,
           std::string& problem) {
@@ -67,7 +62,8 @@ bool make(const std::string& camera, const fs::path& place, std::string& name,
     if (good) {
         fs::rename(beside, place, error);
     }
-    const bool another = good && error && isTree(place); // another program was faster
+    const bool another =
+        good && error && isDeviceTree(place.string()); // another program was faster
     if (good && error && !another) {
         problem = quoted(place.string()) + ": " + error.message();
     }
@@ -87,7 +83,7 @@ fs::path memoryOf(const std::string& given) {
 /// Where the settings of a camera that is there are, or belong.
 fs::path placeOf(const v4l2::CameraInfo& camera) {
     const fs::path own = stateFolder() / camera.identity;
-    if (isTree(own) || camera.identity == camera.model) {
+    if (isDeviceTree(own.string()) || camera.identity == camera.model) {
         return own;
     }
     std::set<std::string> there;
@@ -101,7 +97,7 @@ fs::path placeOf(const v4l2::CameraInfo& camera) {
          entry.increment(error)) {
         const std::string name = entry->path().filename().string();
         if (v4l2::modelOf(name) == camera.model && there.count(name) == 0 &&
-            isTree(entry->path())) {
+            isDeviceTree(entry->path().string())) {
             moved = entry->path();
             ++count;
         }
@@ -115,10 +111,10 @@ bool treeOfCamera(const std::string& given, CameraTree& tree, std::string& probl
     if (!v4l2::findCamera(meant, v4l2::Places(), camera, problem)) {
         const fs::path place = stateFolder() / meant;
         tree.path = place.string();
-        return meant.find('/') == std::string::npos && isTree(place);
+        return meant.find('/') == std::string::npos && isDeviceTree(place.string());
     }
     const fs::path place = placeOf(camera);
-    if (!isTree(place) && !make(meant, place, tree.madeFor, problem)) {
+    if (!isDeviceTree(place.string()) && !make(meant, place, tree.madeFor, problem)) {
         return false;
     }
     tree.path = place.string();

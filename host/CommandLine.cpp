@@ -154,6 +154,8 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
          "device tree (default: $IMGCTL_DEVICE, else device-root beside me; of a Linux camera one "
          "that is made in the user's state folder)",
          takeText(to->camera.device)},
+        {"--make-device", "", "", "where DIR is no device tree, make one for the layer",
+         takeFlag(to->camera.makeDevice)},
         {"--layer", "LAYER", "simulator, v4l2:/dev/videoN or so:FILE",
          "the image-adjust layer (default: simulator); 'imgctl cameras' lists those of this "
          "machine",
