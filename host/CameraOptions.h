@@ -10,8 +10,8 @@ namespace host {
 
 /// How a camera is switched on.
 struct CameraOptions {
-    std::string device;              ///< the device tree; empty: see deviceTreeFor()
-    bool makeDevice = false;         ///< make it where it is named and there is none
+    std::string device;      ///< the device tree; empty: see deviceTreeFor()
+    bool makeDevice = false; ///< where there is no tree, one is made from what the layer tells
     std::string program = "imgctl";  ///< who owns it, for the second that asks
     std::string layer = "simulator"; ///< "simulator", "v4l2:/dev/video0", "so:PATH"
 

@@ -54,11 +54,6 @@ std::string fileNameOf(const std::string& given) {
     return name;
 }
 
-bool isTree(const fs::path& path) {
-    std::error_code error;
-    return fs::is_directory(path / "hd1", error);
-}
-
 bool copySample(const fs::path& place, std::string& problem) {
     std::error_code error;
     fs::copy(installedSample(), place, fs::copy_options::recursive, error);
@@ -92,7 +87,8 @@ bool make(const std::string& camera, const fs::path& wanted, std::string& name,
     if (good) {
         fs::rename(beside, place, error);
     }
-    const bool another = good && error && isTree(place); // another program was faster
+    const bool another =
+        good && error && isDeviceTree(place.string()); // another program was faster
     if (good && error && !another) {
         problem = quoted(place.string()) + ": " + error.message();
     }
@@ -112,7 +108,7 @@ fs::path memoryOf(const std::string& given) {
 /// Where the settings of a camera that is there are, or belong.
 fs::path placeOf(const v4l2::CameraInfo& camera) {
     const fs::path own = stateFolder() / camera.identity;
-    if (isTree(own) || camera.identity == camera.model) {
+    if (isDeviceTree(own.string()) || camera.identity == camera.model) {
         return own;
     }
     std::set<std::string> there;
@@ -126,7 +122,7 @@ fs::path placeOf(const v4l2::CameraInfo& camera) {
          entry.increment(error)) {
         const std::string name = entry->path().filename().string();
         if (v4l2::modelOf(name) == camera.model && there.count(name) == 0 &&
-            isTree(entry->path())) {
+            isDeviceTree(entry->path().string())) {
             moved = entry->path();
             ++count;
         }
@@ -140,10 +136,10 @@ bool treeOfCamera(const std::string& given, CameraTree& tree, std::string& probl
     if (!v4l2::findCamera(meant, v4l2::Places(), camera, problem)) {
         const fs::path place = stateFolder() / meant;
         tree.path = place.string();
-        return meant.find('/') == std::string::npos && isTree(place);
+        return meant.find('/') == std::string::npos && isDeviceTree(place.string());
     }
     const fs::path place = placeOf(camera);
-    if (!isTree(place) && !make(meant, place, tree.madeFor, problem)) {
+    if (!isDeviceTree(place.string()) && !make(meant, place, tree.madeFor, problem)) {
         return false;
     }
     tree.path = place.string();
@@ -186,11 +182,15 @@ bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& 
     tree.path = options.device.empty() ? defaultDeviceTree() : options.device;
     bool wanted = options.makeDevice;
     // Of a program that is not installed there is no sample, and its folder is the place to say.
-    if (!named && !isTree(tree.path) && isTree(installedSample())) {
+    const bool sample = isDeviceTree(installedSample().string());
+    if (!named && !isDeviceTree(tree.path) && sample) {
         tree.path = (stateFolder() / "device-root").string();
         wanted = true;
     }
-    return !wanted || isTree(tree.path) || make(camera, tree.path, tree.madeFor, problem);
+    if (camera.empty() && (!sample || (options.makeDevice && options.layer != "simulator"))) {
+        return true; // what a layer tells is known when it is there
+    }
+    return !wanted || isDeviceTree(tree.path) || make(camera, tree.path, tree.madeFor, problem);
 }
 
 std::string cameraMeant(const std::string& given) {

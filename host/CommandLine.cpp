@@ -154,9 +154,7 @@ std::vector<CommandLineOption> cameraCommandLine(CameraArguments& arguments) {
          "device tree (default: $IMGCTL_DEVICE, else device-root beside me, else one that is made "
          "in the user's state folder; a Linux camera has one of its own there)",
          takeText(to->camera.device)},
-        {"--make-device", "", "",
-         "make the device tree that --device names where there is none: for the Linux camera, or "
-         "as a sample",
+        {"--make-device", "", "", "where DIR is no device tree, make one for the layer",
          takeFlag(to->camera.makeDevice)},
         {"--layer", "LAYER", "simulator, v4l2:/dev/videoN or so:FILE",
          "the image-adjust layer (default: simulator); 'imgctl cameras' lists those of this "

@@ -15,6 +15,7 @@
 #include "host/CameraTree.h"
 #include "host/DeviceTree.h"
 #include "host/LayerChoice.h"
+#include "host/MakeDevice.h"
 #include "host/SavedFor.h"
 #include "host/SchemeFiles.h"
 #include "host/Text.h"
@@ -57,6 +58,16 @@ ModuleConfigure moduleOf(const CameraOptions& options, int& deviceType) {
         module.setDetail(*options.detail);
     }
     return module;
+}
+
+/// Makes a device tree where there is none, if that is asked for.
+bool makeIfAsked(const CameraOptions& options, const std::string& path, std::string& problem) {
+    if (!options.makeDevice || isDeviceTree(path)) {
+        return true;
+    }
+    const std::shared_ptr<image_adjust::Layer> layer = openLayer(options, problem);
+    MadeDevice made;
+    return layer != nullptr && makeDevice(*layer, path, made, problem);
 }
 
 StartProblem take(OwnerLock& lock, const std::string& path, const std::string& program,
@@ -184,7 +195,8 @@ StartProblem Camera::Core::open() {
 StartProblem Camera::Core::openTree() {
     std::string text;
     CameraTree tree;
-    if (!deviceTreeFor(m_options, tree, text) || !openDeviceTree(tree.path, text)) {
+    if (!deviceTreeFor(m_options, tree, text) || !makeIfAsked(m_options, tree.path, text) ||
+        !openDeviceTree(tree.path, text)) {
         return failed(StartProblem::Kind::Tree, text);
     }
     const std::string root = linux_framework::deviceRoot();

@@ -20,7 +20,7 @@ void Camera::Core::carryOver(const std::map<int, std::vector<KeyVal>>& schemes) 
             const Parameter* const about = parameter(value.key);
             const KeyOutcome outcome =
                 about == nullptr
-                    ? KeyOutcome{value.key, 0, KeyResult::Refused, {}, {}, {}}
+                    ? KeyOutcome{value.key, 0, KeyResult::Refused, -1, {}, {}, {}}
                     : recordOne(number, {value.key, static_cast<int>(value.value)}, work);
             if (outcome.result == KeyResult::Refused) {
                 lost.insert(about == nullptr ? std::to_string(value.key) : about->shortName);

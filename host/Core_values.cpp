@@ -227,6 +227,7 @@ KeyOutcome Camera::Core::recordOne(int number, const Pair& pair, Work& work) {
         outcome.refusal = outside(*limits);
         return outcome;
     }
+    outcome.scheme = number == m_scheme ? -1 : number;
     u32 before = 0;
     m_controller->getKeyValFromCache(static_cast<u32>(number), pair.key, before);
     outcome.before = static_cast<int>(before);

@@ -36,16 +36,18 @@ std::string defaultDeviceTree() {
     return (program.parent_path() / "device-root").string();
 }
 
+bool isDeviceTree(const std::string& directory) {
+    std::error_code error;
+    return std::filesystem::is_directory(std::filesystem::path(directory) / "hd1", error);
+}
+
 bool openDeviceTree(const std::string& directory, std::string& problem) {
     std::error_code error;
     const std::filesystem::path root = std::filesystem::canonical(directory, error);
-    if (error || !std::filesystem::is_directory(root / "hd1", error)) {
-        // Copied to a folder that exists, a folder would come to lie within it.
-        problem =
-            "no device tree: " + quoted(directory) +
-            (root.empty() ? " does not exist; make one with cp -r SOURCE/device "
-                          : " has no folder hd1; make one there with cp -r SOURCE/device/. ") +
-            printable(directory) + ", or name another with --device";
+    if (error || !isDeviceTree(directory)) {
+        problem = "no device tree: " + quoted(directory) +
+                  (root.empty() ? " does not exist" : " has no folder hd1") +
+                  "; --make-device makes one there, or name another with --device";
         return false;
     }
     if (!linux_framework::setDeviceRoot(root.string())) {

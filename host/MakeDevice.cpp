@@ -168,6 +168,10 @@ private:
 
     /// Makes a control of the style this camera's. @return false when it has none of it
     bool describe(TiXmlElement& element, int key) {
+        if (m_layer.name() == "simulator") {
+            ++m_made.controls;
+            return true; // it is the sample camera, with choices that no range tells
+        }
         const CommandState about = m_layer.about(commandOf(key));
         ia_dynamic_params_attr_st range = {};
         if (!about.supported ||

@@ -262,6 +262,7 @@ struct KeyOutcome {
     u32 key = 0;
     int wanted = 0;
     KeyResult result = KeyResult::NotTried;
+    int scheme = -1;           ///< that it is recorded in, where that is not the one in force
     std::optional<int> before; ///< in force before
     std::optional<int> taken;  ///< in force now
     Refusal refusal;

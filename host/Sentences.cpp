@@ -65,18 +65,25 @@ std::string sentence(const Snapshot& snapshot, const KeyOutcome& outcome, int la
     const Parameter& parameter = known == nullptr ? unknown : *known;
     const std::string label = parameter.label(language);
     const std::string wanted = valueText(parameter, outcome.wanted, language);
+    const std::string in =
+        outcome.scheme < 0 ? std::string() : " in " + schemeTitle(snapshot, outcome.scheme);
+    const Value* const value = snapshot.value(outcome.key);
+    const std::string idle =
+        value != nullptr && outcome.scheme < 0 && value->block.reason == Reason::Blocked
+            ? " It has no effect now: " + reasonText(value->block) + "."
+            : std::string();
     switch (outcome.result) {
         case KeyResult::AlreadyInForce:
-            return label + " is " + wanted + " already.";
+            return label + " is " + wanted + in + " already." + idle;
         case KeyResult::Changed:
-            return label + " is " + wanted + " now.";
+            return label + " is " + wanted + in + " now." + idle;
         case KeyResult::TakenDifferently:
             return label + ": asked " + wanted + ", the camera took " +
                    (outcome.taken ? valueText(parameter, *outcome.taken, language)
                                   : std::string("another value")) +
                    ".";
         case KeyResult::NotRecorded:
-            return label + " is " + wanted + " until the next switch; it is not recorded.";
+            return label + " is " + wanted + " until the next switch; it is not recorded." + idle;
         case KeyResult::NotPartOfScheme:
             return label + " is " + wanted + " now; it is in no scheme, so it is not saved.";
         case KeyResult::NotTried:

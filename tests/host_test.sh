@@ -151,7 +151,7 @@ done <<'END'
 -c 'mode 0' -c 'scheme 1' -c 'set (8003,0)' -c flush|3 *does not start before it ends (507)
 -c 'fail 34 -1' -c 'compliance 34'|1 
 -c $'st\e\302\233\233\342\206\222'|2 *no command 'st\\x1b\\x9b\\x9b→'*
---device $'no\e\302\233\233'|1 *'no\\x1b\\x9b\\x9b'*/device no\\x1b\\x9b\\x9b,*
+--device $'no\e\302\233\233'|1 *'no\\x1b\\x9b\\x9b' does not exist; --make-device *
 --trace /dev/full -c status|1 *'/dev/full' could not be written
 window 0 22:00-06:00|3 *needs two schemes*nothing is changed
 window 9 00:00-06:00|3 *no scheme '9'
@@ -168,6 +168,13 @@ END
 expect 'files after refused commands' "$(scheme_files)" "$before"
 printf '# remark\n\n  get 34\0\n%0100000d\nmode 0\nscheme 2' 1 >"$work/odd"
 run main <"$work/odd"; expect 'odd lines' "$status $(oneline "$work/answers")" '2 mode 0;scheme 2;'
+
+# A folder that is none becomes a device tree when that is asked for
+mkdir "$work/empty"
+run empty get brightness; expect 'no tree' "$status $(<"$work/err")" '1 *has no folder hd1; --make-device *'
+run empty --make-device -c 'scheme 0' -c 'set expose_mode=manual max_shutter=1/25 --save' -c keys
+expect 'made tree' "$status $(oneline "$work/answers")$(<"$work/err")" '0 *set done;keys [5-9][0-9];'
+run empty get max_shutter; expect 'kept there' "$status $(<"$work/out")" '0 get (49,3)'
 
 # What was saved for another kind of camera is carried over by key, when that is asked for
 run main --device-type 4 --convert -c 'mode 0' -c 'scheme 0' -c 'get brightness'

@@ -12,7 +12,7 @@ constexpr int kMinutesOfDay = 1440;
 constexpr int kBarMinutes = 20;
 
 /// What to type for an advice; "" where no command does it.
-std::string commandOf(const Json& action, const Json& document) {
+std::string commandOf(const Call& call, const Json& action, const Json& document) {
     const std::string path = textOf(action, "path");
     const Json body = action.value("body", Json::object());
     const auto below = [&path](const char* beginning) {
@@ -26,7 +26,8 @@ std::string commandOf(const Json& action, const Json& document) {
         return "set " + name + "=" + numberOf(body, "value");
     }
     if (!below("/explain/").empty()) {
-        return "explain " + below("/explain/");
+        const Answer other = call.ask("GET", "/parameters/" + below("/explain/"));
+        return "explain " + (other.good() ? textOf(other.document, "name") : below("/explain/"));
     }
     if (path == "/restore") {
         return "restore " + textOf(document, "name");
@@ -43,15 +44,15 @@ std::string commandOf(const Json& action, const Json& document) {
     return path == "/trial/keep" ? "keep" : "";
 }
 
-std::string advice(const Json& line, const Json& document, const char* indent) {
+std::string advice(const Call& call, const Json& line, const Json& document, const char* indent) {
     if (!line.contains("action") || !line["action"].is_object()) {
         return "";
     }
-    const std::string command = commandOf(line["action"], document);
+    const std::string command = commandOf(call, line["action"], document);
     return command.empty() ? "" : indent + textOf(line["action"], "text") + ": " + command + "\n";
 }
 
-std::string causesText(const Json& document) {
+std::string causesText(const Call& call, const Json& document) {
     std::string lines;
     std::string family;
     for (const Json& cause : document["causes"]) {
@@ -61,7 +62,7 @@ std::string causesText(const Json& document) {
         }
         family = now;
         lines += "    " + column(textOf(cause, "name"), 24) + textOf(cause, "text") + "\n" +
-                 advice(cause, cause, "        ");
+                 advice(call, cause, cause, "        ");
     }
     return lines;
 }
@@ -103,15 +104,15 @@ Status runExplain(const Call& call) {
     const Json& document = answer.document;
     if (document.contains("causes")) {
         call.answer(textOf(document, "word"));
-        printLine(
-            host::printableLines("  " + textOf(document, "text") + "\n" + causesText(document)));
+        printLine(host::printableLines("  " + textOf(document, "text") + "\n" +
+                                       causesText(call, document)));
         return status;
     }
     call.answer(textOf(document, "name") + " " + valueOf(document["facts"], "value", "value_text"));
     std::string lines;
     for (const Json& line : document["lines"]) {
         lines += "  " + column(textOf(line, "topic"), 10) + textOf(line, "text") + "\n" +
-                 advice(line, document, "              ");
+                 advice(call, line, document, "              ");
     }
     printLine(host::printableLines(lines));
     return status;

@@ -395,7 +395,8 @@ Status runStatus(const Call& call) {
                  textOf(now["next"], "time") + "\n";
     }
     for (const Json& unsaved : now["unsaved"]["schemes"]) {
-        lines += "  Not saved: " + numberOf(unsaved, "count") + " values of " +
+        const std::string count = numberOf(unsaved, "count");
+        lines += "  Not saved: " + count + (count == "1" ? " value of " : " values of ") +
                  host::printable(textOf(unsaved, "title")) + "\n";
     }
     for (const Json& difference : now["differences"]) {
