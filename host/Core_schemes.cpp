@@ -114,39 +114,100 @@ void Camera::Core::handle(const SetMode& operation, Work& work) {
     noticeScheme();
 }
 
-void Camera::Core::handle(const SetWindow& operation, Work& work) {
-    if (!timedScheme(operation.scheme, work)) {
+void Camera::Core::handle(const SetWindows& operation, Work& work) {
+    if (operation.seen && *operation.seen < m_windowsChanged) {
+        refuse(work, Reason::Newer);
         return;
     }
     if (operation.with) {
-        splitWindow(operation, work);
+        splitWindow(operation.windows.begin()->first, operation.windows.begin()->second,
+                    *operation.with, work);
         return;
     }
-    const int fault = windowFault(operation.window);
-    if (fault != 0) {
-        work.outcome.result = Result::Refused;
-        work.outcome.refusal = windowRefusal(fault);
-        return;
+    std::map<int, std::vector<Pair>> wanted;
+    for (const auto& [scheme, window] : operation.windows) {
+        if (!timedScheme(scheme, work)) {
+            return;
+        }
+        const int fault = windowFault(window);
+        if (fault != 0) {
+            work.outcome.scheme = scheme;
+            work.outcome.result = Result::Refused;
+            work.outcome.refusal = windowRefusal(fault);
+            return;
+        }
+        wanted[scheme] = windowPairs(window);
+        if (!knownKeys(wanted[scheme], work)) {
+            return;
+        }
     }
     const ScheduleHold hold(*this);
-    const std::vector<Pair> pairs = windowPairs(operation.window);
-    if (knownKeys(pairs, work)) {
-        recordAll(operation.scheme, pairs, work);
+    recordWhole(wanted, work);
+}
+
+/// Records values of several schemes, those of the one in force by applying them, or puts
+/// everything back where one is refused.
+/// @return false in that case
+bool Camera::Core::recordWhole(const std::map<int, std::vector<Pair>>& wanted, Work& work) {
+    Records before;
+    for (const auto& scheme : wanted) {
+        m_memory.refresh(*m_controller, scheme.first);
+        before[scheme.first] = m_memory.records(scheme.first);
     }
+    const auto recordOf = [&](int number) {
+        const std::vector<Pair>& pairs = wanted.at(number);
+        const std::size_t first = work.outcome.keys.size();
+        recordIn(number, pairs, work);
+        const bool refused = work.outcome.refusal.reason != Reason::None;
+        if (refused) {
+            work.outcome.scheme = number;
+            work.outcome.keys.erase(work.outcome.keys.begin(),
+                                    work.outcome.keys.begin() + static_cast<std::ptrdiff_t>(first));
+            putBack(before, work);
+        }
+        return !refused;
+    };
+    // The device may refuse values of the scheme in force, so they come first.
+    if (wanted.count(m_scheme) != 0 && !recordOf(m_scheme)) {
+        return false;
+    }
+    return std::all_of(wanted.begin(), wanted.end(), [&](const auto& scheme) {
+        return scheme.first == m_scheme || recordOf(scheme.first);
+    });
+}
+
+/// As if nothing had been asked: the memory at once, the device by settling.
+void Camera::Core::putBack(const Records& before, Work& work) {
+    for (const auto& [number, records] : before) {
+        for (const KeyVal& pair : records) {
+            if (number == m_scheme && storedNow(pair.key) != static_cast<int>(pair.value)) {
+                m_mustSend.insert(pair.key);
+            }
+            m_controller->setKeyValToCache(static_cast<u32>(number), pair.key, pair.value, false);
+        }
+        m_memory.refresh(*m_controller, number);
+    }
+    for (KeyOutcome& outcome : work.outcome.keys) {
+        if (outcome.result != KeyResult::Refused) {
+            outcome.result = KeyResult::NotTried;
+            outcome.taken.reset();
+        }
+    }
+    work.entry.changes.clear();
+    work.outcome.result = Result::Refused;
+    settleSoon(std::chrono::milliseconds(0));
 }
 
 /// The evening stays with its scheme, the morning goes to another one with the same values.
-void Camera::Core::splitWindow(const SetWindow& operation, Work& work) {
-    const Window& window = operation.window;
-    const int other = *operation.with;
+void Camera::Core::splitWindow(int scheme, const Window& window, int other, Work& work) {
     const Window evening = {true, window.startHour, window.startMinute, 24, 0};
     const Window morning = {true, 0, 0, window.endHour, window.endMinute};
-    if (!timedScheme(other, work)) {
+    if (!timedScheme(scheme, work) || !timedScheme(other, work)) {
         return;
     }
     const bool crosses =
         window.startHour * 60 + window.startMinute > window.endHour * 60 + window.endMinute;
-    if (!crosses || other == operation.scheme) {
+    if (!crosses || other == scheme) {
         refuse(work, Reason::Window,
                crosses ? "the time after midnight needs another scheme"
                        : "a second scheme is for a window across midnight");
@@ -161,37 +222,16 @@ void Camera::Core::splitWindow(const SetWindow& operation, Work& work) {
         }
     }
     const ScheduleHold hold(*this);
-    m_memory.refresh(*m_controller, operation.scheme);
+    m_memory.refresh(*m_controller, scheme);
     std::vector<Pair> values = windowPairs(morning);
     for (const u32 key : m_memory.keys()) {
         if (!isWindowKey(key)) {
-            values.push_back({key, *m_memory.stored(operation.scheme, key)});
+            values.push_back({key, *m_memory.stored(scheme, key)});
         }
     }
-    recordIn(operation.scheme, windowPairs(evening), work);
-    Work second{work.origin};
-    if (work.outcome.refusal.reason == Reason::None) {
-        recordIn(other, values, second);
-        work.outcome.refusal = second.outcome.refusal;
-    }
-    addAll(work.entry.changes, second.entry.changes);
-    work.written.insert(other);
+    recordWhole({{scheme, windowPairs(evening)}, {other, values}}, work);
     work.entry.joins = false; // what comes next is not a part of it
-    work.outcome.scheme = operation.scheme;
-    if (work.outcome.refusal.reason == Reason::None) {
-        return;
-    }
-    Work back{work.origin};
-    for (auto change = work.entry.changes.rbegin(); change != work.entry.changes.rend(); ++change) {
-        recordIn(change->scheme, {{change->key, *change->before}}, back);
-    }
-    work.entry.changes.clear();
-    addAll(work.outcome.keys, second.outcome.keys);
-    for (KeyOutcome& key : work.outcome.keys) {
-        key.result = key.result == KeyResult::Refused ? key.result : KeyResult::NotTried;
-        key.taken = key.before;
-    }
-    work.outcome.result = Result::Refused;
+    work.outcome.scheme = scheme;
 }
 
 /// Records values in a scheme, and applies them where it is the one in force.
@@ -349,17 +389,8 @@ void Camera::Core::handle(const Import& operation, Work& work) {
     if (operation.dryRun) {
         return;
     }
-    // The scheme in force comes first: its values alone can be refused by the device.
-    if (wanted.count(m_scheme) != 0) {
-        applyAll(wanted[m_scheme], Manner::Record, work);
-        if (work.outcome.refusal.reason != Reason::None) {
-            return;
-        }
-    }
-    for (const auto& [number, pairs] : wanted) {
-        if (number != m_scheme) {
-            recordAll(number, pairs, work);
-        }
+    if (!recordWhole(wanted, work)) {
+        return;
     }
     for (const auto& scheme : wanted) {
         m_memory.refresh(*m_controller, scheme.first);

@@ -145,6 +145,8 @@ TEST_F(Daemon, GivesEventsAgainToWhoWasAway) {
     const std::string id = first.unread().substr(at, first.unread().find('\n', at) - at);
     EXPECT_EQ(ask("PUT", "/api/v1/parameters/34", "", R"({"value":61})").status, 200);
     EXPECT_TRUE(first.readUntil("event: change", 5));
+    service->tick();
+    EXPECT_TRUE(first.readUntil("event: time", 5)) << "who hears nothing else hears the time";
     const struct {
         std::string last;
         const char* expected;

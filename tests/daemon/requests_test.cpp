@@ -89,6 +89,12 @@ TEST_F(Daemon, EveryPathAsksForTheRightNameThePersonAndTheRole) {
 
 TEST_F(Daemon, RefusesHeadsThatAreNotSound) {
     start(false);
+    const std::string policy = ask("GET", "/").header("content-security-policy");
+    for (const char* part :
+         {"default-src 'self'", "frame-ancestors 'none'", "require-trusted-types-for 'script'"}) {
+        EXPECT_NE(policy.find(part), std::string::npos) << policy;
+    }
+    EXPECT_EQ(policy.find("unsafe"), std::string::npos) << policy;
     const std::string own = "Host: 127.0.0.1:" + std::to_string(port) + "\r\n";
     const std::string json = "Content-Type: application/json\r\n";
     const struct {

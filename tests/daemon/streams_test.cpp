@@ -3,6 +3,7 @@
 
 #include "Daemon.h"
 #include "JpegLuma.h"
+#include "host/PictureHub.h"
 
 namespace {
 
@@ -42,6 +43,31 @@ TEST_F(Daemon, ShowsThePictureThatAnotherSchemeWouldMake) {
     EXPECT_NEAR(luma(""), plain, 10);
     for (const char* query : {"?scheme=5", "?scheme=-1", "?scheme=x", "?scheme="}) {
         EXPECT_EQ(ask("GET", std::string("/picture.jpg") + query).status, 404) << query;
+    }
+}
+
+TEST_F(Daemon, GivesOnePictureToAllWhoAskAtATimeAndToNobodyUnasked) {
+    start(false);
+    RawClient clients[2] = {RawClient(port), RawClient(port)};
+    for (RawClient& client : clients) {
+        client.send(request("GET", "/picture.jpg"));
+    }
+    const std::string one = clients[0].answer().body;
+    EXPECT_EQ(one, clients[1].answer().body);
+    EXPECT_GT(one.size(), 1000U);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    const auto taken = camera.pictures().captured();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_EQ(camera.pictures().captured(), taken);
+    EXPECT_NE(ask("GET", "/picture.jpg").body, one) << "an old one is never begun";
+}
+
+TEST_F(Daemon, ShowsARealCameraOnlyToWhomItKnows) {
+    imgctld::ServiceOptions options;
+    options.pictureOpen = false;
+    start(false, http::Limits(), options);
+    for (const char* path : {"/picture.jpg", "/video.mjpg", "/picture.jpg?scheme=0"}) {
+        EXPECT_EQ(ask("GET", path).status, 403) << path;
     }
 }
 
