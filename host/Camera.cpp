@@ -71,6 +71,10 @@ Journal& Camera::journal() {
     return m_core->journal;
 }
 
+const LightHistory& Camera::lightHistory() const {
+    return m_core->lightHistory;
+}
+
 PictureHub& Camera::pictures() {
     return m_core->pictures;
 }

@@ -17,6 +17,7 @@ class Layer;
 namespace host {
 
 class Journal;
+class LightHistory;
 class PictureHub;
 
 /// A whole camera on this machine: the controller on a device tree, the image-adjust layer, a video
@@ -70,6 +71,7 @@ public:
     bool wait(double seconds, const std::function<bool()>& interrupted = {}) const;
 
     Journal& journal();
+    const LightHistory& lightHistory() const;
     PictureHub& pictures();
 
     /// The picture as a scheme would make it, whichever is in force and whatever is on trial; valid

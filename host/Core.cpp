@@ -274,6 +274,7 @@ void Camera::Core::startLibrary() {
     m_bySchedule = true;
     m_overlays.clear();
     m_trial.reset();
+    lightHistory.clear();
     m_differences.clear();
     m_mustSend.clear();
     m_gone = m_layer->state() == image_adjust::DeviceState::Gone;
@@ -432,6 +433,8 @@ void Camera::Core::housekeep() {
     if (now - m_lastNightRead >= std::chrono::seconds(1)) {
         m_changed = readNight() || m_changed;
     }
+    lightHistory.see(linux_framework::deviceMicroseconds(), m_gone ? -1 : m_layer->light(),
+                     m_night);
     constexpr long long kSettleEvery = 10000000; // camera microseconds
     const bool periodic =
         now - m_lastSettle >= std::chrono::milliseconds(100) &&

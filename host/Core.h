@@ -20,6 +20,7 @@
 #include "host/Camera.h"
 #include "host/Journal.h"
 #include "host/LayerWatch.h"
+#include "host/LightHistory.h"
 #include "host/OwnerLock.h"
 #include "host/PictureHub.h"
 #include "host/RequestQueue.h"
@@ -67,6 +68,7 @@ public:
     Journal journal;
     PictureHub pictures;
     SchemePictures schemePictures;
+    LightHistory lightHistory;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -152,13 +154,16 @@ private:
     void handle(const Save& operation, Work& work);
     void handle(const SwitchScheme& operation, Work& work);
     void handle(const SetMode& operation, Work& work);
-    void handle(const SetWindow& operation, Work& work);
+    void handle(const SetWindows& operation, Work& work);
     void handle(const CopyScheme& operation, Work& work);
     void handle(const NameScheme& operation, Work& work);
     void handle(const Reload& operation, Work& work);
     void handle(const Reset& operation, Work& work);
     void handle(const Import& operation, Work& work);
     SchemeOutcome saveOne(int scheme);
+    using Records = std::map<int, std::vector<KeyVal>>;
+    bool recordWhole(const std::map<int, std::vector<Pair>>& wanted, Work& work);
+    void putBack(const Records& before, Work& work);
     bool hasFactoryValues(int scheme) const;
     bool timedScheme(int scheme, Work& work) const;
 
@@ -255,6 +260,7 @@ private:
     long long m_lastSettleCamera = 0;
     bool m_changed = true; ///< since the last snapshot
     int m_publishedMinute = -1;
+    std::uint64_t m_windowsChanged = 0; ///< the first snapshot with the windows as they are
     std::optional<NextSwitch> m_next;
     int m_nextFor = -1; ///< the minute of the day that m_next was found for
 };

@@ -110,21 +110,87 @@ void Camera::Core::handle(const SetMode& operation, Work& work) {
     noticeScheme();
 }
 
-void Camera::Core::handle(const SetWindow& operation, Work& work) {
-    if (!timedScheme(operation.scheme, work)) {
+void Camera::Core::handle(const SetWindows& operation, Work& work) {
+    if (operation.seen && *operation.seen < m_windowsChanged) {
+        refuse(work, Reason::Newer);
         return;
     }
-    const int fault = windowFault(operation.window);
-    if (fault != 0) {
-        work.outcome.result = Result::Refused;
-        work.outcome.refusal = windowRefusal(fault);
-        return;
+    std::map<int, std::vector<Pair>> wanted;
+    for (const auto& [scheme, window] : operation.windows) {
+        if (!timedScheme(scheme, work)) {
+            return;
+        }
+        const int fault = windowFault(window);
+        if (fault != 0) {
+            work.outcome.scheme = scheme;
+            work.outcome.result = Result::Refused;
+            work.outcome.refusal = windowRefusal(fault);
+            return;
+        }
+        wanted[scheme] = windowPairs(window);
+        if (!knownKeys(wanted[scheme], work)) {
+            return;
+        }
     }
     const ScheduleHold hold(*this);
-    const std::vector<Pair> pairs = windowPairs(operation.window);
-    if (knownKeys(pairs, work)) {
-        recordAll(operation.scheme, pairs, work);
+    recordWhole(wanted, work);
+}
+
+/// Records values of several schemes, those of the one in force by applying them, or puts
+/// everything back where one is refused.
+/// @return false in that case
+bool Camera::Core::recordWhole(const std::map<int, std::vector<Pair>>& wanted, Work& work) {
+    Records before;
+    for (const auto& scheme : wanted) {
+        m_memory.refresh(*m_controller, scheme.first);
+        before[scheme.first] = m_memory.records(scheme.first);
     }
+    const auto recordOf = [&](int number) {
+        const std::vector<Pair>& pairs = wanted.at(number);
+        const std::size_t first = work.outcome.keys.size();
+        if (number == m_scheme) {
+            applyAll(pairs, Manner::Record, work);
+        } else {
+            recordAll(number, pairs, work);
+        }
+        const bool refused = work.outcome.refusal.reason != Reason::None;
+        if (refused) {
+            work.outcome.scheme = number;
+            work.outcome.keys.erase(work.outcome.keys.begin(),
+                                    work.outcome.keys.begin() + static_cast<std::ptrdiff_t>(first));
+            putBack(before, work);
+        }
+        return !refused;
+    };
+    // The device may refuse values of the scheme in force, so they come first.
+    if (wanted.count(m_scheme) != 0 && !recordOf(m_scheme)) {
+        return false;
+    }
+    return std::all_of(wanted.begin(), wanted.end(), [&](const auto& scheme) {
+        return scheme.first == m_scheme || recordOf(scheme.first);
+    });
+}
+
+/// As if nothing had been asked: the memory at once, the device by settling.
+void Camera::Core::putBack(const Records& before, Work& work) {
+    for (const auto& [number, records] : before) {
+        for (const KeyVal& pair : records) {
+            if (number == m_scheme && storedNow(pair.key) != static_cast<int>(pair.value)) {
+                m_mustSend.insert(pair.key);
+            }
+            m_controller->setKeyValToCache(static_cast<u32>(number), pair.key, pair.value, false);
+        }
+        m_memory.refresh(*m_controller, number);
+    }
+    for (KeyOutcome& outcome : work.outcome.keys) {
+        if (outcome.result != KeyResult::Refused) {
+            outcome.result = KeyResult::NotTried;
+            outcome.taken.reset();
+        }
+    }
+    work.entry.changes.clear();
+    work.outcome.result = Result::Refused;
+    settleSoon(std::chrono::milliseconds(0));
 }
 
 void Camera::Core::handle(const CopyScheme& operation, Work& work) {
@@ -276,17 +342,8 @@ void Camera::Core::handle(const Import& operation, Work& work) {
     if (operation.dryRun) {
         return;
     }
-    // The scheme in force comes first: its values alone can be refused by the device.
-    if (wanted.count(m_scheme) != 0) {
-        applyAll(wanted[m_scheme], Manner::Record, work);
-        if (work.outcome.refusal.reason != Reason::None) {
-            return;
-        }
-    }
-    for (const auto& [number, pairs] : wanted) {
-        if (number != m_scheme) {
-            recordAll(number, pairs, work);
-        }
+    if (!recordWhole(wanted, work)) {
+        return;
     }
     for (const auto& scheme : wanted) {
         m_memory.refresh(*m_controller, scheme.first);

@@ -1,5 +1,6 @@
 #include "host/Core.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "LinuxFramework.h"
@@ -143,6 +144,14 @@ void Camera::Core::publish() {
                 now.trial->returnsTo[key] = m_memory.stored(m_scheme, key).value_or(0);
             }
         }
+    }
+    const auto sameWindow = [](const Scheme& one, const Scheme& other) {
+        return one.window == other.window;
+    };
+    if (m_snapshot == nullptr ||
+        !std::equal(now.schemes.begin(), now.schemes.end(), m_snapshot->schemes.begin(),
+                    m_snapshot->schemes.end(), sameWindow)) {
+        m_windowsChanged = now.number;
     }
     now.journal = journal.sequence();
     m_publishedMinute = now.time.minuteOfDay();

@@ -47,6 +47,12 @@ struct Window {
     int startMinute = 0;
     int endHour = 24;
     int endMinute = 0;
+
+    bool operator==(const Window& other) const {
+        return enabled == other.enabled && startHour == other.startHour &&
+               startMinute == other.startMinute && endHour == other.endHour &&
+               endMinute == other.endMinute;
+    }
 };
 
 /// What a scheme that is named but not in force means for a request.
@@ -98,10 +104,13 @@ struct SetMode {
     bool bySchedule;
 };
 
-/// Records a scheme's daily window. Start before end is checked, and whether the scheme exists.
-struct SetWindow {
-    int scheme;
-    Window window;
+/// Records daily windows of schemes, all of them or none. Start before end is checked, and whether
+/// each scheme exists.
+struct SetWindows {
+    std::map<int, Window> windows; ///< by scheme
+    /// The snapshot that the windows were seen in; a change of any window since is Reason::Newer.
+    /// None: whatever they were.
+    std::optional<std::uint64_t> seen;
 };
 
 /// Copies a timed scheme's values to another one; the window only if asked for.
@@ -128,7 +137,8 @@ struct Reload {};
 /// Throws every saved scheme away and starts with the factory values.
 struct Reset {};
 
-/// Checks a text of schemes whole (Exchange.h), then sets and saves what it says.
+/// Checks a text of schemes whole (Exchange.h), then sets and saves what it says. Where a value is
+/// refused all the same, every value is put back, and nothing is saved.
 struct Import {
     std::string text;
     bool dryRun = false; ///< only checks
@@ -190,7 +200,7 @@ struct WithLayer {
 };
 
 using Operation = std::variant<SetValues, ApplyValues, TryValues, KeepTrial, DropTrial, Save,
-                               SwitchScheme, SetMode, SetWindow, CopyScheme, NameScheme, Restore,
+                               SwitchScheme, SetMode, SetWindows, CopyScheme, NameScheme, Restore,
                                Reload, Reset, Import, LensAction, AllowWideDynamicRange, Undo,
                                ReadKeys, CorrectScheme, Refresh, Settle, WithLayer>;
 
@@ -230,7 +240,7 @@ enum class Reason {
     Window,      ///< a time window that is out of order
     Storage,     ///< the flash did not take it
     Text,        ///< a text that is wrong; Outcome::lines
-    Newer,       ///< a newer change stands in the way of an undo
+    Newer,       ///< a newer change stands in the way
     Nothing,     ///< there is nothing to do it to: no trial, no such entry
     Stopping,    ///< the camera is being switched off, or is not on
 };

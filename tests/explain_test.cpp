@@ -39,8 +39,8 @@ protected:
         options.speed = 10;
         const host::StartProblem problem = camera.start(options);
         EXPECT_FALSE(problem) << problem.text;
-        perform(host::SetWindow{0, {true, 8, 0, 18, 0}});
-        perform(host::SetWindow{1, {true, 20, 0, 24, 0}});
+        perform(host::SetWindows{{{0, {true, 8, 0, 18, 0}}}, {}});
+        perform(host::SetWindows{{{1, {true, 20, 0, 24, 0}}}, {}});
         perform(host::NameScheme{1, "Night"});
         waitForScheme(1);
     }
@@ -233,7 +233,7 @@ TEST_F(Explanations, TheLightDecidesOutsideAllWindowsOfADayAndNightCamera) {
     for (const int scheme : {0, 1}) {
         set(KEY_DN_MODE, 2, scheme);
         set(KEY_CONTRAST, 50 + scheme, scheme);
-        perform(host::SetWindow{scheme, {scheme == 1, 22, 0, 23, 0}});
+        perform(host::SetWindows{{{scheme, {scheme == 1, 22, 0, 23, 0}}}, {}});
     }
     waitForScheme(0);
     EXPECT_EQ(

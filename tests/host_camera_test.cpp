@@ -228,6 +228,49 @@ TEST_F(HostCamera, ChecksATextWholeBeforeItChangesAnything) {
     EXPECT_EQ(1, stored(1, KEY_EXPOSE_MODE));
     EXPECT_EQ(7, sensorValue(KEY_BRIGHTNESS));
     EXPECT_EQ(0, camera.snapshot()->unsaved);
+    // What only the device refuses takes everything back that went before.
+    simulated_ia::fail(KEY_SATURATION, -1);
+    outcome = perform(Import{"[scheme 1]\n34=9\n[scheme 0]\n34=8\nsaturation=8\ngamma=1\n", false});
+    EXPECT_EQ(Result::Refused, outcome.result);
+    EXPECT_EQ(Reason::LayerFault, outcome.refusal.reason);
+    EXPECT_EQ(7, stored(0, KEY_BRIGHTNESS));
+    EXPECT_EQ(128, stored(1, KEY_BRIGHTNESS));
+    EXPECT_EQ(0, camera.snapshot()->unsaved);
+    EXPECT_EQ(0U, outcome.entry);
+    perform(Settle{});
+    EXPECT_EQ(7, sensorValue(KEY_BRIGHTNESS));
+}
+
+TEST_F(HostCamera, SetsAllWindowsOrNone) {
+    start();
+    const std::uint64_t seen = camera.snapshot()->number;
+    const Window morning = {true, 6, 0, 9, 0};
+    const Window wrong = {true, 9, 0, 6, 0};
+    const auto windows = [this] {
+        std::vector<Window> all;
+        for (const host::Scheme& scheme : camera.snapshot()->schemes) {
+            all.push_back(scheme.window);
+        }
+        return all;
+    };
+    const std::vector<Window> before = windows();
+    const struct {
+        std::map<int, Window> windows;
+        Reason reason;
+    } rows[] = {
+        {{{0, morning}, {1, wrong}}, Reason::Window},
+        {{{0, morning}, {4, morning}}, Reason::NoScheme},
+        {{{0, morning}, {1, {true, 25, 0, 26, 0}}}, Reason::Window},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.reason, perform(SetWindows{row.windows, {}}).refusal.reason);
+        EXPECT_EQ(before, windows());
+    }
+    EXPECT_TRUE(perform(SetWindows{{{1, morning}, {2, morning}}, seen}).done());
+    EXPECT_EQ(morning, windows()[1]);
+    EXPECT_EQ(morning, windows()[2]);
+    EXPECT_EQ(Reason::Newer, perform(SetWindows{{{1, before[1]}}, seen}).refusal.reason);
+    EXPECT_EQ(morning, windows()[1]);
 }
 
 TEST_F(HostCamera, WritesDownWhoDidWhat) {
@@ -270,7 +313,7 @@ TEST_F(HostCamera, WritesDownWhoDidWhat) {
     };
     EXPECT_TRUE(causedBy(Cause::Device, JournalEntry::Kind::Values));
     EXPECT_TRUE(causedBy(Cause::Restore, JournalEntry::Kind::Values));
-    perform(SetWindow{0, {true, 0, 0, 4, 0}});
+    perform(SetWindows{{{0, {true, 0, 0, 4, 0}}}, {}});
     linux_framework::setClock(5, 0, 0, 50);
     EXPECT_TRUE(causedBy(Cause::Schedule, JournalEntry::Kind::Scheme));
     EXPECT_EQ(SchemeRule::Why::OutsideWindows, camera.snapshot()->rule.why);

@@ -297,7 +297,7 @@ void Invariant::client() {
         const int start = static_cast<int>(random(23));
         const Window window{random(3) != 0, start, static_cast<int>(random(60)),
                             start + 1 + static_cast<int>(random(static_cast<u32>(23 - start))), 0};
-        submit(SetWindow{scheme, window}, [this, scheme, window](const Outcome& outcome) {
+        submit(SetWindows{{{scheme, window}}, {}}, [this, scheme, window](const Outcome& outcome) {
             take(outcome, scheme);
             if (windowFault(window) == 0 && !outcome.done()) {
                 complain("a good window was refused");

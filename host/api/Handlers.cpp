@@ -5,6 +5,8 @@
 #include "host/api/Answers.h"
 #include "host/api/Documents.h"
 #include "host/api/ExplainHandlers.h"
+#include "host/api/LightHandlers.h"
+#include "host/api/PlanHandlers.h"
 #include "host/api/Routing.h"
 #include "host/api/SimulatorHandlers.h"
 
@@ -283,7 +285,7 @@ bool putScheme(const Context& context, host::Request& operation, Problem& fault)
     if (name) {
         operation.operation = NameScheme{scheme, *name};
     } else if (changesWindow) {
-        operation.operation = SetWindow{scheme, window};
+        operation.operation = SetWindows{{{scheme, window}}, std::nullopt};
     } else {
         return fault.badRequest("A scheme takes 'name', or 'enabled', 'start' and 'end'.");
     }
@@ -434,6 +436,7 @@ const std::vector<Handler>& handlers() {
         {{"POST", "/apply", Role::Operator, nullptr, kMostBody}, nullptr, postApply},
         {{"POST", "/restore", Role::Operator, nullptr, kMostBody}, nullptr, postRestore},
         {{"GET", "/schemes", Role::Viewer, nullptr, 0}, getSchemes, nullptr},
+        {{"PUT", "/schemes", Role::Operator, nullptr, kMostBody}, nullptr, putSchemes},
         {{"GET", "/schemes/{scheme}", Role::Viewer, nullptr, 0}, getScheme, nullptr},
         {{"PUT", "/schemes/{scheme}", Role::Operator, nullptr, kMostBody}, nullptr, putScheme},
         {{"POST", "/schemes/{scheme}/activate", Role::Operator, nullptr, kMostBody},
@@ -443,6 +446,7 @@ const std::vector<Handler>& handlers() {
         {{"GET", "/compare", Role::Viewer, nullptr, 0}, getCompare, nullptr},
         {{"GET", "/diff", Role::Viewer, nullptr, 0}, getDiff, nullptr},
         {{"GET", "/explain/{key}", Role::Viewer, nullptr, 0}, getExplain, nullptr},
+        {{"GET", "/light", Role::Viewer, nullptr, 0}, getLight, nullptr},
         {{"GET", "/plan", Role::Viewer, nullptr, 0}, getPlan, nullptr},
         {{"POST", "/plan", Role::Viewer, nullptr, kMostBody}, postPlan, nullptr},
         {{"PUT", "/mode", Role::Administrator, nullptr, kMostBody}, nullptr, putMode},

@@ -75,6 +75,10 @@ public:
     /// How a command stands now. Makes no call of the device that could block.
     virtual CommandState about(unsigned int cmd) const = 0;
 
+    /// The light on the sensor, 0 (dark) .. 100 (bright); below 0: not known. Makes no call of the
+    /// device that could block.
+    virtual int light() const { return -1; }
+
     /// Who is told of changes that come from the device; empty: nobody. Returns when no call of the
     /// old one is under way any more.
     virtual void onEvent(std::function<void(const LayerEvent&)> listener) { (void)listener; }

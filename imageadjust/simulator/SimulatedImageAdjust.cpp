@@ -98,6 +98,12 @@ public:
         return d.gone ? DeviceState::Gone : DeviceState::Present;
     }
 
+    int light() const override {
+        Device& d = simulated_ia::device();
+        const Guard guard(d.lock);
+        return d.gone ? -1 : d.sensor.world.light;
+    }
+
     CommandState about(unsigned int cmd) const override {
         CommandState about;
         const int row = findCommand(cmd);

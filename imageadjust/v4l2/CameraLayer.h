@@ -32,6 +32,7 @@ public:
     CommandState about(unsigned int cmd) const override;
     void onEvent(std::function<void(const LayerEvent&)> listener) override;
     PictureSource* picture() override { return m_capture.get(); }
+    int light() const override { return m_settings.mode == 0 ? m_light.load() : -1; }
 
 private:
     /// A command's home, and what the layer knows beside it.
@@ -106,7 +107,7 @@ private:
     DayNight m_dayNight;
     bool m_toldNight = false;
     int m_colourByDay = 0;
-    int m_light = -1;
+    std::atomic<int> m_light{-1}; ///< as last seen while it decided between day and night
     std::atomic<int> m_headRuns{0};
     std::atomic<int> m_frozen{0};
     std::atomic<int> m_focusAtNight{0};

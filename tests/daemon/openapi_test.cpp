@@ -222,6 +222,9 @@ TEST_F(Daemon, IsAsItsDescriptionSays) {
     tour("POST", v + "/settle");
     tour("PUT", v + "/schemes/1", R"({"enabled":true,"start":"20:00","end":"24:00"})");
     tour("PUT", v + "/schemes/0", R"({"enabled":true,"start":"08:00","end":"18:00"})");
+    tour("PUT", v + "/schemes", R"({"schemes":[{"number":2,"start":"18:00","end":"20:00"}]})");
+    tour("PUT", v + "/schemes", R"({"sequence":1,"schemes":[{"number":2,"enabled":true}]})", 409);
+    tour("GET", v + "/light");
     tour("GET", v + "/plan?hours=24");
     tour("GET", v + "/camera");
     tour("GET", v + "/parameters");

@@ -99,8 +99,8 @@ TEST_P(HostOnEach, TheScheduleSwitchesTheDriversControls) {
     options.clock = CameraOptions::Clock{7, 58, 0};
     options.speed = 20;
     start();
-    ASSERT_TRUE(camera.perform(SetWindow{0, {true, 0, 0, 8, 0}}).done());
-    ASSERT_TRUE(camera.perform(SetWindow{1, {true, 8, 0, 23, 0}}).done());
+    ASSERT_TRUE(camera.perform(SetWindows{{{0, {true, 0, 0, 8, 0}}}, {}}).done());
+    ASSERT_TRUE(camera.perform(SetWindows{{{1, {true, 8, 0, 23, 0}}}, {}}).done());
     for (const int scheme : {0, 1}) {
         ASSERT_TRUE(set(KEY_BRIGHTNESS, scheme == 0 ? 40 : 60, scheme).done());
         ASSERT_TRUE(set(KEY_SATURATION, scheme == 0 ? 30 : 50, scheme).done());
