@@ -27,7 +27,6 @@ page('four tabs: the fourth loads in two seconds and is answered in half a secon
 
 page('of two windows that are seen one has the moving picture, the other stills, and it moves on', {}, async (camera, one) => {
   const state = some => text(some, '#picture .state');
-  const watching = async () => Number(/imgctl_videos (\d+)/.exec((await (await fetch(`${camera.url}/metrics`)).text()))?.[1]);
   await until(async () => (await state(one)) === 'live');
   const session = await one.createCDPSession();
   await session.send('Emulation.setFocusEmulationEnabled', { enabled: true }); // seen, though another is in front
@@ -35,7 +34,7 @@ page('of two windows that are seen one has the moving picture, the other stills,
   await until(async () => (await state(other)) === 'live');
   await until(async () => (await state(one)) === 'stills');
   const { frames } = await one.$eval('#live', canvas => ({ ...canvas.dataset }));
-  await until(() => one.$eval('#live', (canvas, before) => canvas.dataset.frames > before, frames));
+  await until(() => one.$eval('#live', (canvas, before) => Number(canvas.dataset.frames) > Number(before), frames));
   await other.close();
   await until(async () => (await state(one)) === 'live');
 });

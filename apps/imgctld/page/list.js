@@ -80,7 +80,7 @@ function showTarget() {
   setText(back, word('backToInForce'));
   setText(showIt, word(preview.scheme === targetScheme() ? 'showInForce' : 'showInPicture'));
   let parts = [];
-  if (other && scheme) parts = [make('span', {}, word('notInForce', { scheme: scheme.title })), showIt, back];
+  if (other && scheme) parts = [make('span', {}, word(preview.scheme === scheme.number ? 'notInForceShown' : 'notInForce', { scheme: scheme.title })), showIt, back];
   else if (store.camera?.scheme.default) parts = outsideParts();
   const saying = parts.map(one => one.id + one.textContent).join('|');
   if (targetNote.dataset.saying === saying) return;

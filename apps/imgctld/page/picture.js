@@ -215,7 +215,7 @@ function watch() {
     stop();
     again();
   }
-  if (!streams && !frozen && (stalled || !reading)) still();
+  if (!streams && !frozen) still();
 }
 
 export function toggleFreeze() {
