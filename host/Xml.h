@@ -6,8 +6,8 @@
 
 namespace host {
 
-/// Reads a text of the device tree as XML. What is longer than 1 MiB, nests too deep or is no XML
-/// gives an empty document.
+/// Reads a text of the device tree as XML. What is longer than 1 MiB, nests deeper than 64
+/// elements, gives one of them more than 64 attributes or is no XML gives an empty document.
 /// @return false for such a text
 bool parseXml(const std::string& text, TiXmlDocument& document);
 

@@ -32,9 +32,14 @@ constexpr char kUsage[] =
     "       imgctl token add NAME [--role ROLE] [--days N]\n"
     "       imgctl token list\n"
     "       imgctl token revoke NAME\n"
+    "       imgctl onvif add NAME [--role ROLE]    prints the password that was made\n"
+    "       imgctl onvif list\n"
+    "       imgctl onvif remove NAME\n"
     "       imgctl tls new [--name NAME]... [--days N] [--cert FILE] [--key FILE]\n"
     "Who may use this camera over the network, see imgctld. ROLE is monitor, viewer, operator or\n"
-    "administrator. A password is asked for at the terminal, or read from standard input.\n"
+    "administrator; of a recorder, which logs in by ONVIF, viewer or operator. A password is "
+    "asked\n"
+    "for at the terminal, or read from standard input.\n"
     "\nOptions:\n";
 
 struct Arguments {
@@ -186,19 +191,23 @@ std::string expiryOf(const access_control::Token& token) {
     return text;
 }
 
-Status list(const std::string& file, bool tokens) {
+/// @param kind  "user", "token" or "onvif"
+Status list(const std::string& file, const std::string& kind) {
     Accounts all;
     std::string problem;
     if (!access_control::readAccounts(file, all, problem)) {
         return refuse(Status::failed, problem);
     }
-    for (const access_control::User& user : all.users) {
-        if (!tokens) {
+    if (kind == "user") {
+        for (const access_control::User& user : all.users) {
             printLine(user.name + " " + nameOf(user.role));
         }
-    }
-    for (const access_control::Token& token : all.tokens) {
-        if (tokens) {
+    } else if (kind == "onvif") {
+        for (const access_control::OnvifUser& user : all.onvif) {
+            printLine(user.name + " " + nameOf(user.role));
+        }
+    } else {
+        for (const access_control::Token& token : all.tokens) {
             printLine(token.name + " " + nameOf(token.role) + " " + expiryOf(token) +
                       (token.maker.empty() ? "" : ", made by " + token.maker));
         }
@@ -248,7 +257,7 @@ Status user(const std::string& file, const Arguments& arguments) {
         return changePassword(file, arguments, action == "add");
     }
     if (action == "list" && count == 2) {
-        return list(file, false);
+        return list(file, "user");
     }
     if (action == "remove" && count == 3) {
         return changeFile(file, [&name](Accounts& all, std::string& why) {
@@ -272,7 +281,7 @@ Status token(const std::string& file, const Arguments& arguments) {
     const std::string& name = arguments.word(2);
     const std::size_t count = arguments.words.size();
     if (action == "list" && count == 2) {
-        return list(file, true);
+        return list(file, "token");
     }
     if (action == "revoke" && count == 3) {
         return changeFile(file, [&name](Accounts& all, std::string& why) {
@@ -290,6 +299,32 @@ Status token(const std::string& file, const Arguments& arguments) {
     });
     if (status == Status::done) {
         printLine(secret);
+    }
+    return status;
+}
+
+Status onvif(const std::string& file, const Arguments& arguments) {
+    const std::string& action = arguments.word(1);
+    const std::string& name = arguments.word(2);
+    const std::size_t count = arguments.words.size();
+    if (action == "list" && count == 2) {
+        return list(file, "onvif");
+    }
+    if (action == "remove" && count == 3) {
+        return changeFile(file, [&name](Accounts& all, std::string& why) {
+            return access_control::removeOnvifUser(all, name, why);
+        });
+    }
+    if (action != "add" || count != 3) {
+        return refuse(Status::usage, "imgctl onvif add, list or remove; see --help");
+    }
+    const Role role = access_control::roleOf(arguments.role).value_or(Role::Viewer);
+    std::string password;
+    const Status status = changeFile(file, [&](Accounts& all, std::string& why) {
+        return access_control::addOnvifUser(all, name, role, password, why);
+    });
+    if (status == Status::done) {
+        printLine(password);
     }
     return status;
 }
@@ -322,7 +357,7 @@ Status tls(const Arguments& arguments) {
 
 bool isAccessCommand(const char* word) {
     const std::string text = word != nullptr ? word : "";
-    return text == "user" || text == "token" || text == "tls";
+    return text == "user" || text == "token" || text == "onvif" || text == "tls";
 }
 
 int runAccess(int argc, char* const* argv) {
@@ -352,8 +387,10 @@ int runAccess(int argc, char* const* argv) {
         }
         file = tree.path + "/users.cfg";
     }
-    return static_cast<int>(arguments.word(0) == "user" ? user(file, arguments)
-                                                        : token(file, arguments));
+    const std::string& subject = arguments.word(0);
+    return static_cast<int>(subject == "user"    ? user(file, arguments)
+                            : subject == "token" ? token(file, arguments)
+                                                 : onvif(file, arguments));
 }
 
 } // namespace imgctl

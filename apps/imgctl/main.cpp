@@ -41,7 +41,7 @@ std::string helpText() {
            "Answers go to standard output, errors and reports to standard error. Exit status: 0 "
            "done,\n"
            "1 failed, 2 not understood, 3 rejected; of several commands the highest counts.\n"
-           "Who may use the camera over the network: imgctl user, token and tls, each with "
+           "Who may use the camera over the network: imgctl user, token, onvif and tls, each with "
            "--help.\n";
 }
 

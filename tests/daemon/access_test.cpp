@@ -302,6 +302,11 @@ TEST_F(Daemon, TheCommandLineManagesWhoMay) {
         {"token list", "", 0, "t operator until "},
         {"token revoke t", "", 0, ""},
         {"token revoke t", "", 1, "no token"},
+        {"onvif add nvr --role administrator", "", 1, "viewer or an operator"},
+        {"onvif add nvr --role operator", "", 0, ""},
+        {"onvif list", "", 0, "nvr operator"},
+        {"onvif remove nvr", "", 0, ""},
+        {"onvif remove nvr", "", 1, "no ONVIF user"},
         {"user", "", 2, "--help"},
     };
     for (const auto& row : rows) {
