@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Compliance.h"
+#include "host/compliance/Compliance.h"
 #include "ISensorController.h"
 #include "LinuxFramework.h"
 #include "ModuleConfigure.h"

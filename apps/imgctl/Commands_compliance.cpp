@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Compliance.h"
+#include "host/compliance/Compliance.h"
 #include "ISensorController.h"
 #include "Interrupt.h"
 #include "Output.h"

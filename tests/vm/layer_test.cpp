@@ -7,7 +7,7 @@
 #include <map>
 #include <thread>
 
-#include "Compliance.h"
+#include "host/compliance/Compliance.h"
 #include "Guest.h"
 #include "Jpeg.h"
 
