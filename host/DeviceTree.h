@@ -9,8 +9,8 @@ namespace host {
 /// "device-root" beside this program.
 std::string defaultDeviceTree();
 
-/// Makes a folder the device's "/", and adds the folders of a camera's flash that are missing in
-/// it.
+/// Makes a folder the device's "/", and adds the folders of a camera's
+/// flash that are missing in it.
 /// @param problem  receives what is wrong and how to make a device tree
 bool openDeviceTree(const std::string& directory, std::string& problem);
 

@@ -73,7 +73,8 @@ Status answerWindow(const Call& call, const std::string& number) {
     return status;
 }
 
-/// A window across midnight: the evening in one scheme, the morning in another with the same values.
+/// A window across midnight: the evening in one scheme, the morning in another
+/// with the same values.
 Status splitWindow(const Call& call, const std::string& number, const std::string& other,
                    const std::string& start, const std::string& end) {
     int to = 0;
