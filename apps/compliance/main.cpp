@@ -7,12 +7,12 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host/compliance/Compliance.h"
 #include "ISensorController.h"
 #include "LinuxFramework.h"
 #include "ModuleConfigure.h"
-#ifdef COMPLIANCE_SIMULATOR
 #include "SensorPaths.h"
+#include "host/compliance/Compliance.h"
+#ifdef COMPLIANCE_SIMULATOR
 #include "SimulatedImageAdjust.h"
 #endif
 
