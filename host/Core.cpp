@@ -11,6 +11,7 @@
 #include "ModuleConfigureParser.h"
 #include "SensorConfig.h"
 #include "SensorPaths.h"
+#include "SensorRules.h"
 #include "SystemInfoParser.h"
 #include "host/CameraTree.h"
 #include "host/DeviceTree.h"
@@ -338,10 +339,8 @@ void Camera::Core::loadAll() {
         keys.push_back(pair.key);
     }
     m_memory.load(*m_controller, std::move(keys), static_cast<int>(g_stSysConf.nSchemeSum));
-    const std::string detail = g_stSysConf.moduleConfig.szDetail;
     m_dayNightSchemes = g_stSysConf.nDeviceType == DEVICE_TYPE_LPR &&
-                        detail.find("(isInfrared=0)") == std::string::npos &&
-                        detail.find("(isInfrared=1)") == std::string::npos;
+                        hasDayNightSchemes(g_stSysConf.moduleConfig.szDetail);
     m_scheme = scheme();
     m_lastPass = linux_framework::deviceMicroseconds();
     m_nextFor = -1;

@@ -51,8 +51,8 @@ void addChange(Work& work, const Change& change);
 ///
 /// Two things keep a request within one scheme. While it runs, the schedule is held: the library's
 /// own switching is off, so nothing can change the scheme under it. And so that requests without a
-/// pause cannot starve the schedule, a switch that is due is made by this thread before the next
-/// request.
+/// pause cannot starve the schedule, a switch that is due is made by this thread
+/// before the next request.
 class Camera::Core {
 public:
     ~Core();

@@ -2,8 +2,8 @@
 
 namespace host {
 
-/// Brings the values of another camera's schemes into this one's, key by key, and saves them. What has
-/// no place here is told; the old files stay beside the new ones.
+/// Brings the values of another camera's schemes into this one's, key by key, and saves them. What
+/// has no place here is told; the old files stay beside the new ones.
 void Camera::Core::carryOver(const std::map<int, std::vector<KeyVal>>& schemes) {
     Origin origin;
     origin.cause = Cause::Start;

@@ -6,6 +6,7 @@
 #include "ImageAdjustRecords.h"
 #include "LinuxFramework.h"
 #include "Recording.h"
+#include "SensorRules.h"
 #include "SensorWdrFlag.h"
 
 namespace host {
@@ -13,12 +14,6 @@ namespace {
 
 constexpr int kMostTries = 3;
 constexpr std::chrono::milliseconds kBetweenTries(200);
-
-/// What a camera that is turned away from its scene is told for a mirror setting: the library
-/// sends it so, and the device tells it so.
-int effectiveMirror(int mirror, int turnedAway) {
-    return turnedAway == 0 ? mirror : mirror == 1 ? 2 : mirror == 2 ? 1 : mirror;
-}
 
 } // namespace
 
@@ -109,16 +104,18 @@ std::optional<int> Camera::Core::expected(const Parameter& about) const {
     std::optional<int> value =
         overlay != m_overlays.end() ? overlay->second.value : m_memory.stored(m_scheme, about.key);
     if (value && about.key == KEY_MIRROR) {
-        value = effectiveMirror(*value, m_memory.stored(m_scheme, KEY_BEAWAY).value_or(0));
+        const int turnedAway = m_memory.stored(m_scheme, KEY_BEAWAY).value_or(0);
+        value = static_cast<int>(
+            effectiveMirror(static_cast<u32>(*value), static_cast<u32>(turnedAway)));
     }
     if (value && about.key == KEY_DN_MODE && overlay == m_overlays.end() && lightDecides()) {
-        value = 0; // the light that chooses the scheme goes on choosing day or night
+        value = SENSOR_DN_MODE_BY_LIGHT;
     }
     return value;
 }
 
-/// Whether the device is held to the value of a key. Positions of the lens are not: they move by
-/// themselves.
+/// Whether the device is held to the value of a key. Positions of the lens are not:
+/// they move by themselves.
 bool Camera::Core::isCompared(const Parameter& about) const {
     const bool position = about.key == KEY_MF_POSITION || about.key == KEY_MZ_POSITION;
     return m_memory.holds(about.key) && !about.storedOnly() && !position &&
@@ -146,7 +143,7 @@ int Camera::Core::bring(const Parameter& about) {
         return sendOverlay(about, overlay->second.value);
     }
     if (about.key == KEY_DN_MODE && lightDecides()) {
-        return m_controller->setParameter(KEY_DN_MODE, 0, false);
+        return m_controller->setParameter(KEY_DN_MODE, SENSOR_DN_MODE_BY_LIGHT, false);
     }
     return m_controller->restore(static_cast<int>(about.key));
 }

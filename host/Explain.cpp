@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "SensorKeys.h"
+#include "SensorRules.h"
 #include "host/Names.h"
 #include "host/Plan.h"
 #include "host/Sentences.h"
@@ -34,7 +35,7 @@ public:
         m_result.key = m_about.key;
         m_result.value = m_value.inForce();
         if (m_lightDecides && m_about.key == KEY_DN_MODE && !m_value.applied && m_value.stored) {
-            m_result.value = 0;
+            m_result.value = SENSOR_DN_MODE_BY_LIGHT;
         }
         difference();
         value();

@@ -12,8 +12,8 @@
 
 namespace host {
 
-/// Makes the layer that the options name: "simulator", "so:PATH", "v4l2:DEVICE", where the device is
-/// a node, a link to one, or a camera's identity.
+/// Makes the layer that the options name: "simulator", "so:PATH", "v4l2:DEVICE", where the device
+/// is a node, a link to one, or a camera's identity.
 /// @param problem  receives what is wrong and what is allowed
 /// @return null when there is none of that name, or it cannot be opened
 std::shared_ptr<image_adjust::Layer> openLayer(const CameraOptions& options, std::string& problem);
@@ -28,7 +28,8 @@ using CommandValues = std::vector<std::pair<unsigned int, int>>;
 std::unique_ptr<image_adjust::PictureSource> pictureBeside(
     const std::string& name, const std::function<CommandValues()>& assumed = {});
 
-/// The camera of a layer's name, as it is given there: "/dev/video0"; empty for a layer without one.
+/// The camera of a layer's name, as it is given there: "/dev/video0"; empty for
+/// a layer without one.
 std::string deviceOfLayer(const std::string& name);
 
 } // namespace host

@@ -10,14 +10,14 @@
 /// Keys and values as people write them, by the names and labels of a camera's catalogue.
 namespace host {
 
-/// Reads a key: its number, its name in any usual spelling (KEY_BRIGHTNESS, brightness), the style's
-/// name (exposeMode, expose-mode), or the label in English or in the language.
+/// Reads a key: its number, its name in any usual spelling (KEY_BRIGHTNESS, brightness), the
+/// style's name (exposeMode, expose-mode), or the label in English or in the language.
 /// @param problem  receives what is wrong, with the nearest name
 bool readKey(const Catalogue& catalogue, const std::string& text, int language, u32& key,
              std::string& problem);
 
-/// Reads a value of a key: a number, or the name or label of one of its choices; "on" and "off" of a
-/// switch.
+/// Reads a value of a key: a number, or the name or label of one of its choices;
+/// "on" and "off" of a switch.
 /// @param problem  receives what is wrong, with what is allowed
 bool readValue(const Catalogue& catalogue, u32 key, const std::string& text, int language,
                int& value, std::string& problem);

@@ -177,15 +177,15 @@ struct Undo {
     bool force = false; ///< also when a key was changed again since
 };
 
-/// Asks the camera itself, not the snapshot; Outcome::values, without the keys that it does not
-/// tell.
+/// Asks the camera itself, not the snapshot; Outcome::values, without the
+/// keys that it does not tell.
 struct ReadKeys {
     std::vector<u32> keys;
     bool device = false; ///< the device's own value, also of keys that the scheme in force holds
 };
 
-/// Asks the device for values, ranges and flags again, so that the snapshot is fresh. Changes
-/// nothing.
+/// Asks the device for values, ranges and flags again, so that the snapshot
+/// is fresh. Changes nothing.
 struct Refresh {};
 
 /// Lets the layer correct the values of its restricted commands in the scheme in force, and answers

@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "SensorKeys.h"
+#include "SensorRules.h"
 #include "host/Names.h"
 
 namespace host {
@@ -186,7 +187,7 @@ std::string holderText(const Snapshot& snapshot, const std::optional<int>& schem
 
 std::optional<int> valueUnder(const Snapshot& snapshot, const std::optional<int>& scheme, u32 key) {
     if (!scheme && key == KEY_DN_MODE && snapshot.storedIn(0, key)) {
-        return 0; // the light that chooses the scheme goes on choosing day or night
+        return SENSOR_DN_MODE_BY_LIGHT;
     }
     // Where the light chose just now, its choice is newer than what was last read of it.
     const SchemeRule::Why why = snapshot.rule.why;

@@ -7,8 +7,8 @@
 #include "host/Snapshot.h"
 #include "host/WindowWarnings.h"
 
-/// What the schedule will do: which scheme is in force when, and what each switch changes. Made from
-/// a snapshot alone; any thread.
+/// What the schedule will do: which scheme is in force when, and what each switch changes. Made
+/// from a snapshot alone; any thread.
 namespace host {
 
 constexpr int kMostPlanHours = 7 * 24;

@@ -6,8 +6,8 @@
 
 #include "SensorTypes.h"
 
-/// For which camera the schemes of a device tree were saved. Values mean something else, or nothing, on
-/// another one: so a tree remembers it beside the saved files.
+/// For which camera the schemes of a device tree were saved. Values mean something else, or
+/// nothing, on another one: so a tree remembers it beside the saved files.
 namespace host {
 
 /// A camera by what decides which keys its schemes have, as text.
@@ -28,7 +28,8 @@ void forgetSavedFor();
 /// @return the records by scheme
 std::map<int, std::vector<KeyVal>> putSavedAside();
 
-/// What of the device tree is missing or broken and would spoil the user interface, each with its path.
+/// What of the device tree is missing or broken and would spoil the user
+/// interface, each with its path.
 std::vector<std::string> treeProblems(int deviceType);
 
 } // namespace host

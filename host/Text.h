@@ -32,8 +32,8 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
 /// In lower case, with '-' for '_'.
 std::string lowered(const std::string& text);
 
-/// Control characters, those from 0x80 to 0x9f too (in UTF-8, or as bytes that are no UTF-8), replaced
-/// by a readable form, so that a text is safe on a terminal and one line.
+/// Control characters, those from 0x80 to 0x9f too (in UTF-8, or as bytes that are no UTF-8),
+/// replaced by a readable form, so that a text is safe on a terminal and one line.
 std::string printable(const std::string& text);
 
 /// The same for a text of several lines, whose tabs and line ends stay.

@@ -174,7 +174,8 @@ private:
         if (m_snapshot.dayNightSchemes || first == m_winners.end()) {
             return;
         }
-        // Once round the clock from a minute that a window holds, so that a gap over midnight is one.
+        // Once round the clock from a minute that a window holds, so that a gap
+        // over midnight is one.
         const int start = static_cast<int>(first - m_winners.begin());
         int from = -1;
         for (int i = 0; i <= kMinutesOfDay; ++i) {

@@ -41,14 +41,14 @@ enum {
 /// be called by any thread. Those marked [locks, one scheme] apply or correct values, and are kept
 /// apart from switches too, whoever makes them: they wait until no switch is under way, looking
 /// every few milliseconds of real time whatever the device's clock does, and no switch begins until
-/// they end. A switch that came due meanwhile goes before the next of them. A layer that hangs holds
-/// nobody up: when no call of it has returned for one second of real time, a waiting member goes on
-/// all the same, and the worker thread ends its pass. Members marked [no lock] may be called by any
-/// thread too; they act on values as they stand and are not kept apart from other calls. init, uinit
-/// and the destructor are called by one thread, with no other call under way; resetParameters does
-/// the same work under the lock. The image-adjust layer and the video module must not call a [locks]
-/// member, switch_to, LPR_switch_to, init or uinit from within their own calls: they would wait for
-/// themselves.
+/// they end. A switch that came due meanwhile goes before the next of them. A layer that hangs
+/// holds nobody up: when no call of it has returned for one second of real time, a waiting member
+/// goes on all the same, and the worker thread ends its pass. Members marked [no lock] may be
+/// called by any thread too; they act on values as they stand and are not kept apart from other
+/// calls. init, uinit and the destructor are called by one thread, with no other call under way;
+/// resetParameters does the same work under the lock. The image-adjust layer and the video module
+/// must not call a [locks] member, switch_to, LPR_switch_to, init or uinit from within their own
+/// calls: they would wait for themselves.
 ///
 /// Every member is safe before init and after uinit: nothing is in the arrays then, reads go to the
 /// image-adjust layer, and schemes are empty.
@@ -96,9 +96,8 @@ public:
     /// Switches to a scheme, applying the values that differ. Waits, in steps of half a second of
     /// device time, while a switch, a reset or a restore is under way. In mode 1 the worker thread
     /// may switch back at its next pass. [locks]
-    /// @param p_nScheme  0 .. nSchemeSum; another number is reported and becomes current all the
-    /// same,
-    ///                   with no values
+    /// @param p_nScheme  0 .. nSchemeSum; another number is reported and becomes current all
+    ///                   the same, with no values
     /// @return true
     bool setParamScheme(int p_nScheme);
 
@@ -118,8 +117,7 @@ public:
     /// member marked [locks, one scheme]. [no lock]
     /// @param nScheme    as of setParamScheme, not checked
     /// @param bApplyAll  true: every value is applied, none recorded; false: values that differ
-    /// from
-    ///                   those in force are applied and recorded
+    ///                   from those in force are applied and recorded
     /// @return SNS_SUCCESS, also when a value could not be applied (which is reported)
     int switch_to(int nScheme, bool bApplyAll);
 
@@ -128,8 +126,8 @@ public:
     /// @return SNS_SUCCESS
     int LPR_switch_to(int nScheme);
 
-    /// Finds the scheme whose window holds the device's time of day; the lowest number wins. [no
-    /// lock]
+    /// Finds the scheme whose window holds the device's time of day; the
+    /// lowest number wins. [no lock]
     /// @param nScheme    receives the scheme; nSchemeSum outside every window
     /// @param nSchedule  receives 1 inside a window, else 0
     /// @return SNS_SUCCESS
@@ -151,8 +149,7 @@ public:
 
     /// Saves the current timed scheme to its file; the default scheme has none. [locks]
     /// @return SNS_SUCCESS, also when nothing was to be saved or writing failed (which is
-    /// reported);
-    ///         505, 506, 507 for a wrong time window, nothing is written then
+    ///         reported); 505, 506, 507 for a wrong time window, nothing is written then
     int flush();
 
     /// Applies one value of the current scheme again, as it stands in memory, which a handler does
@@ -190,8 +187,7 @@ public:
     /// Writes a value into a scheme's array, without applying it. [no lock]
     /// @param p_bDefault  true allows the default scheme too
     /// @return the index written; -1 when the key is not in the array; -2 when p_bDefault is false
-    /// and
-    ///         the scheme is not a timed one
+    ///         and the scheme is not a timed one
     int setKeyValToCache(unsigned int p_nScheme, unsigned int p_nKey, unsigned int p_nValue,
                          bool p_bDefault);
 
@@ -199,9 +195,8 @@ public:
     /// @return the index read; -1 when there is no such scheme or key, p_nValue is then untouched
     int getKeyValFromCache(unsigned int p_nScheme, unsigned int p_nKey, unsigned int& p_nValue);
 
-    /// @return true when the scheme in force (during a switch: the one being left) holds this
-    /// value.
-    ///         [no lock]
+    /// @return true when the scheme in force (during a switch: the one being left)
+    ///         holds this value. [no lock]
     bool isKeyValNewest(const KeyVal& p_stKeyVal);
 
     /// Finds a key in a map of g_nKeyCmdNum rows. [no lock]
@@ -223,9 +218,10 @@ public:
     /// Reads KEY_MIRROR. [locks] @return as getParameter, as 1 or 0
     int getMirrorValue(int& v);
 
-    // Lens and camera: straight to the image-adjust layer, never recorded. [no lock] All return
-    // true (getZoomValue 1) on success, and false (0) when the layer refused
-    // ------------------------------
+    // Lens and camera
+    // -------------------------------------------------------------------------------
+    // Straight to the image-adjust layer, never recorded. [no lock] All return true (getZoomValue
+    // 1) on success, and false (0) when the layer refused.
 
     bool focusFar();  ///< manual focus, then a step to far
     bool focusNear(); ///< manual focus, then a step to near
@@ -238,8 +234,7 @@ public:
 
     /// @param pos    receives the raw motor position
     /// @param ratio  receives the optical ratio in thousandths, 1000 .. 16000; untouched beyond
-    /// position
-    ///               31424, and on failure
+    ///               position 31424, and on failure
     int getZoomValue(int& pos, int& ratio);
 
     bool setPTZRunState(int v); ///< tells the layer whether the pan-tilt head moves (1) or not
@@ -280,25 +275,26 @@ public:
     /// @return the style (XML), pruned for this sensor as it is now. [locks]
     std::string getUIStyleFile();
 
-    /// @return the language text of that language, else of the first entry; empty without a table.
-    ///         [locks]
+    /// @return the language text of that language, else of the first entry; empty
+    ///         without a table. [locks]
     std::string getUILanguageFile(int languageId);
 
-    /// @return the common text of that language, else of the first entry; empty without a table.
-    ///         [locks]
+    /// @return the common text of that language, else of the first entry; empty
+    ///         without a table. [locks]
     std::string getUICommonFile(int languageId);
 
-    // Handlers: apply (opt 0) or read (opt 1) one image-adjust command. [no lock]
-    // --------------------- cmd is the command, opt the option, data the 32-bit value (or record)
-    // for it. They return 0 or the failure code of the layer or the video module.
+    // Handlers
+    // --------------------------------------------------------------------------------------
+    // Each applies (opt 0) or reads (opt 1) one image-adjust command. [no lock] cmd is the command,
+    // opt the option, data the 32-bit value (or record) for it. They return 0 or the failure code
+    // of the layer or the video module.
 
     /// Forwards to the image-adjust layer and traces.
     int doIaCmd(unsigned int cmd, unsigned int opt, void* data);
-    /// The same; while init, a reset, a restore or a switch is under way it does nothing and gives
-    /// 0.
+    /// The same; while init, a reset, a restore or a switch is under way it
+    /// does nothing and gives 0.
     int doIaCmd_User(unsigned int cmd, unsigned int opt, void* data);
-    /// Asks how far a command is. @param status  receives it. @return 1, or 0 when the layer
-    /// refused
+    /// Asks how far a command is. @param status  receives it. @return 1; 0 when the layer refused
     int getCmdExecStatus(int cmd, int& status);
 
     int doHwdr(u32 p_nKey, u32 p_nDir, void* p_pVal);        ///< wide dynamic range

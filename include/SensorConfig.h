@@ -39,12 +39,12 @@ struct UIFileEntry {
 /// What the library learns about the device at start-up.
 struct SysConfig {
     ModuleConfig moduleConfig;
-    u32 nSchemeSum; ///< number of timed schemes, 0 .. SENSOR_SCHEME_MAX; also the number of the
-                    ///< default scheme
+    /// Number of timed schemes, 0 .. SENSOR_SCHEME_MAX; also the number of the default scheme.
+    u32 nSchemeSum;
     u32 nUIFileSum; ///< entries of pUIFiles; 0 after initSysConf, set by the host
     /// The host's table of user-interface texts, set after init. The table itself stays the host's,
-    /// the texts in it become this record's. After the controller's uinit, which frees the texts, the
-    /// table is not touched any more and may go; before, only once nUIFileSum is set to 0.
+    /// the texts in it become this record's. After the controller's uinit, which frees the texts,
+    /// the table is not touched any more and may go; before, only once nUIFileSum is set to 0.
     UIFileEntry* pUIFiles;
     char* szUIStyle; ///< the merged user-interface style (XML), malloc'd
     u32 nDeviceType; ///< one of DEVICE_TYPE_*, or what the machine information held
@@ -59,8 +59,9 @@ extern IMGCTL_API SysConfig g_stSysConf;
 /// Fills the record: copies the module configuration, reads the number of schemes from its field
 /// "max_scheme" (4 when absent), the device type from the machine information, and the style,
 /// merged with the rules for this device. Whatever it held before is overwritten with zeros, the
-/// bytes behind the texts included, and not freed. What fails is reported and passed over: without machine information the device type is 0, without a
-/// style file the style is empty. Detail and parameter texts that do not fit are cut, and reported.
+/// bytes behind the texts included, and not freed. What fails is reported and passed over: without
+/// machine information the device type is 0, without a style file the style is empty. Detail and
+/// parameter texts that do not fit are cut, and reported.
 /// @return SNS_SUCCESS always
 IMGCTL_API int initSysConf(const ModuleConfigure& moduleCfg, SysConfig* p_stSysConf);
 

@@ -5,8 +5,8 @@
 #include "ImgctlExport.h"
 
 /// How much the library reports on standard output: below 0 nothing, 0 failed assertions (they also
-/// go to the error log), 4 warnings too, 6 errors and debug lines too, 7 information too. 1 at
-/// start.
+/// go to the error log), 4 warnings too, 6 errors and debug lines too, 7
+/// information too. 1 at start.
 extern IMGCTL_API std::atomic<int> g_nDebugLevel;
 
 /// When true, a failed assertion ends the process after its report. False at start.

@@ -46,8 +46,8 @@ IMGCTL_API int setVersion(u32 p_nVersion);
 // attributes on one element is reported and read as an empty document. Bytes that are no UTF-8 are
 // kept as they are.
 
-/// Merges the rules for this device into a style. What fails is reported and passed over. A style or
-/// rules of more than 1 MiB count as no XML; the result may be larger. It is also written to
+/// Merges the rules for this device into a style. What fails is reported and passed over. A style
+/// or rules of more than 1 MiB count as no XML; the result may be larger. It is also written to
 /// "/tmp/merge_style.xml", for a look at it; a failure of that is not reported.
 /// @param moduleConfig        its szDetail decides which rule groups apply
 /// @param ui_style            a malloc'd text, replaced by the merged one (the pointer may change)
@@ -58,8 +58,7 @@ IMGCTL_API int mergeStyle(ModuleConfig* moduleConfig, char** ui_style, char* ui_
 /// Carries out one rule on the first tab (child of the root) whose "key" equals tab_key. The user
 /// data of the root's children is overwritten.
 /// @param op      "Modify" replaces the tab by a copy of newTab, "AddAfter" inserts a copy behind
-/// it,
-///                "Delete" removes it; anything else, or null, does nothing
+///                it, "Delete" removes it; anything else, or null, does nothing
 /// @param newTab  not needed by "Delete"; null makes the other two do nothing
 /// @return 0 always; a style without tabs is reported
 IMGCTL_API int updateStyleTab(TiXmlDocument* doc_style, const char* op, const char* tab_key,
@@ -93,9 +92,8 @@ IMGCTL_API int DeleteNode(TiXmlElement* root, TiXmlElement* node);
 /// @param p_szStyle        the merged style
 /// @param p_pKeyVal        receives the records
 /// @param p_pnKeyValNum    receives their number
-/// @param p_nCapacity      room at p_pKeyVal in records; a style with more is reported, the first
-/// are
-///                         kept
+/// @param p_nCapacity      room at p_pKeyVal in records; a style with more is
+///                         reported, the first are kept
 /// @return SNS_SUCCESS always
 IMGCTL_API int getFctData(char* p_szStyle, KeyVal* p_pKeyVal, u32* p_pnKeyValNum,
                           u32 p_nCapacity = SENSOR_KEYVAL_MAX);

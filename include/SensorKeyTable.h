@@ -5,8 +5,8 @@
 /// The image parameters as data, for programs that show them. The library itself carries neither
 /// kinds nor meanings.
 
-/// What a value of a key can be: kind, name for people, unit (empty where the layer's own scale
-/// holds).
+/// What a value of a key can be: kind, name for people, unit (empty where the
+/// layer's own scale holds).
 // clang-format off
 #define SENSOR_KEY_KINDS(KIND) \
     KIND(LEVEL, "level", "")         /* an amount; the image-adjust layer tells the range */ \

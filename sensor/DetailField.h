@@ -10,8 +10,8 @@
 /// @return 0 when found; -1 otherwise, *value is then untouched
 int getDetailFieldTou32(const char* detail, const char* name, u32* value);
 
-/// Copies the characters of a field, without a terminating zero: the caller clears the buffer
-/// first.
+/// Copies the characters of a field, without a terminating zero: the caller
+/// clears the buffer first.
 /// @param capacity  bytes at value; at most capacity - 1 characters are copied
 /// @return 0 when found; -1 otherwise, the buffer is then untouched
 int getDetailFieldToStr(const char* detail, const char* name, char* value, u32 capacity);

@@ -16,6 +16,7 @@
 #include "SensorFile.h"
 #include "SensorPaths.h"
 #include "SensorReport.h"
+#include "SensorRules.h"
 #include "SensorWdrFlag.h"
 #include "SySystem.h"
 #include "SystemInfoParser.h"
@@ -31,14 +32,6 @@ constexpr KeyVal kNightValues[] = {
     {KEY_IR_MODE, 2}, {KEY_IR_MANUAL_STRG_NEAR, 40},
 };
 constexpr u32 kNightScheme = 1;
-
-/// A plate-recognition camera switches by day and night unless its detail says whether it has an
-/// infrared lamp; a text too short for that field cannot.
-bool hasDayNightSchemes(const char* detail) {
-    return strlen(detail) < strlen("(isInfrared=0)") ||
-           (strstr(detail, "(isInfrared=0)") == nullptr &&
-            strstr(detail, "(isInfrared=1)") == nullptr);
-}
 
 /// @return the device type of the machine information; 0 when it cannot be read
 int readDeviceType() try {

@@ -3,20 +3,13 @@
 #include "ImageAdjust.h"
 #include "KeyValAccess.h"
 #include "SensorReport.h"
+#include "SensorRules.h"
 #include "SensorWdrFlag.h"
 #include "VideoStreamModule.h"
 
 namespace {
 
 constexpr ReportUnit kUnit = ReportUnit::ISensorController;
-
-/// A camera that is turned away from its scene shows it from behind: the two mirrorings change
-/// places.
-u32 effectiveMirror(u32 nMirror, u32 nBeaway) {
-    if (nBeaway == 0)
-        return nMirror;
-    return nMirror == 1 ? 2 : nMirror == 2 ? 1 : nMirror;
-}
 
 } // namespace
 

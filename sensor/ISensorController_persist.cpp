@@ -22,8 +22,8 @@ namespace {
 
 constexpr ReportUnit kUnit = ReportUnit::ISensorController;
 
-/// The module as the camera describes it now: what is known of it, with the labels of the module
-/// list.
+/// The module as the camera describes it now: what is known of it, with the
+/// labels of the module list.
 void readModule(ModuleConfigure& module) try {
     const ModuleConfig& config = g_stSysConf.moduleConfig;
     module.setModuleId(static_cast<int>(config.nModuleId));
@@ -121,8 +121,8 @@ bool ISensorController::resetParameters() {
     if (!init(objModuleConfigure))
         REPORT_ASSERTION("init(objModuleConfigure)", "\n");
 
-    // In this order: a pass of the worker thread between the two must not switch under the
-    // assignment.
+    // In this order: a pass of the worker thread between the two must not
+    // switch under the assignment.
     m_nCurScheme = 0;
     m_nFlags &= ~u32{resetting_flag};
     return true;

@@ -5,7 +5,8 @@
 #include "ISensorController_pause.h"
 
 bool LayerWatch::pause() {
-    // By a count of pauses, each of its whole length whatever signals come, a second takes no clock.
+    // By a count of pauses, each of its whole length whatever signals come, a
+    // second takes no clock.
     timespec rest = {0, 4000000};
     while (nanosleep(&rest, &rest) != 0)
         continue;
@@ -17,8 +18,8 @@ bool LayerWatch::pause() {
     return ++m_nPauses < 250;
 }
 
-/// Sets a flag in the step that finds others clear, so that two switches, or a switch and a request,
-/// never run at once.
+/// Sets a flag in the step that finds others clear, so that two switches, or a switch and a
+/// request, never run at once.
 /// @return 0; otherwise which of the others are set, and nothing is changed
 u32 ISensorController::claim(u32 p_nFlag, u32 p_nUnlessSet) {
     u32 nFlags = m_nFlags.load(std::memory_order_relaxed);

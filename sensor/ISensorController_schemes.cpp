@@ -8,6 +8,7 @@
 #include "MutexGuard.h"
 #include "SensorConfig.h"
 #include "SensorReport.h"
+#include "SensorRules.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ void ISensorController::switchClaimedLPR(int nScheme) {
         copyRecords(scratch, array, nCount);
         const int nDNMode = findRecord(scratch, nCount, KEY_DN_MODE);
         if (nDNMode != -1)
-            storeWord(scratch[nDNMode].value, 0);
+            storeWord(scratch[nDNMode].value, SENSOR_DN_MODE_BY_LIGHT);
         setParameters(scratch, nCount, false);
     }
     m_nFlags &= ~u32{switching_flag};
@@ -198,8 +199,8 @@ bool ISensorController::switchIfDue(u32 p_nBatches) {
                          nScheme);
     }
     // While the controller is busy, the next pass compares again. The host may have ended automatic
-    // switching, and switched itself, since the mode was read; what was judged then must not undo
-    // that.
+    // switching, and switched itself, since the mode was read; what was judged
+    // then must not undo that.
     bool bKept = false;
     const auto claimed = [&] {
         const u32 nBlocking = claim(switching_flag, busy_flags | p_nBatches);

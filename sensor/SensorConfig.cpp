@@ -24,8 +24,8 @@ constexpr ReportUnit kUnit = ReportUnit::sensor;
 constexpr u32 kDefaultSchemeSum = 4;
 constexpr INT64 kMaxStyleFile = 1 << 24; // far more than a style is parsed from
 
-/// Zeroes all but the module id, which is set next: members that take no lock may be reading it, and
-/// the number of schemes.
+/// Zeroes all but the module id, which is set next: members that take no lock may be reading it,
+/// and the number of schemes.
 void clear(SysConfig& config) {
     char* const bytes = reinterpret_cast<char*>(&config);
     constexpr size_t kBehindId = sizeof config.moduleConfig.nModuleId;

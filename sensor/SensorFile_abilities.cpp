@@ -25,8 +25,8 @@ bool hasId(const TiXmlElement& element, int cmd) {
     return numberAttribute(element, "id", id) && id == cmd;
 }
 
-/// Calls visit for every element with the id, in document order; what lies inside one is not
-/// searched.
+/// Calls visit for every element with the id, in document order; what lies
+/// inside one is not searched.
 template <class Visitor>
 void forEachWithId(TiXmlElement* element, int cmd, const Visitor& visit) {
     if (element == nullptr)

@@ -72,8 +72,8 @@ private:
         return (ignoreCase ? strncasecmp(m_p, prefix, size) : strncmp(m_p, prefix, size)) == 0;
     }
 
-    /// TinyXML also takes the byte order mark and two noncharacters for blanks, wherever they
-    /// stand.
+    /// TinyXML also takes the byte order mark and two noncharacters for
+    /// blanks, wherever they stand.
     void skipBlanks() {
         for (;;) {
             if (isBlank(*m_p)) {
@@ -88,8 +88,8 @@ private:
     }
 
     /// Goes on to a character, as TinyXML does in texts and in quotes.
-    /// @return false without it, where TinyXML stops with an error, and where the text ends within a
-    ///         character, which TinyXML would step over
+    /// @return false without it, where TinyXML stops with an error, and where the text ends within
+    ///         a character, which TinyXML would step over
     bool skipTo(char wanted) {
         while (*m_p != wanted) {
             if (*m_p == '\0')

@@ -1,4 +1,4 @@
-#include "Compliance.h"
+#include "host/compliance/Compliance.h"
 
 #include <fnmatch.h>
 #include <gtest/gtest.h>

@@ -371,7 +371,10 @@ TEST(Picture, EveryParameterOfTheSampleStylesIsSeenOrIsKnownNotToBe) {
                 const unsigned int command = number == KEY_IRIS_SIZE    ? 85
                                              : number == KEY_SENSOR_FPS ? 2464
                                                                         : number;
-                EXPECT_NE(seen.count(command), unseen.count(number)) << control->Attribute("name");
+                EXPECT_NE(seen.count(command), unseen.count(number))
+                    << control->Attribute("name")
+                    << ": say in `seen` what the picture makes of it, "
+                    << "or name it in `unseen`";
                 EXPECT_EQ(seen.count(command) != 0, settings.set(command, 1)) << key;
                 ++parameters;
             }

@@ -32,7 +32,8 @@ host::Scheme schemeOf(int number, const Hours& hours) {
     return scheme;
 }
 
-/// A camera as it stands, of two keys: brightness 0 in even schemes, 1 in odd ones; day/night mode 3.
+/// A camera as it stands, of two keys: brightness 0 in even schemes, 1 in odd
+/// ones; day/night mode 3.
 host::Snapshot snapshotOf(const std::vector<Hours>& windows, int hour, int minute) {
     const auto catalogue = std::make_shared<host::Catalogue>();
     for (const u32 key : {KEY_BRIGHTNESS, KEY_DN_MODE}) {

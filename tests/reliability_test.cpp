@@ -37,8 +37,8 @@ class Reliability : public Camera {
 protected:
     using Work = std::function<void()>;
 
-    /// Does something in a process of its own. @return its exit status; 128 + the signal that ended
-    /// it
+    /// Does something in a process of its own. @return its exit status; 128 +
+    /// the signal that ended it
     static int inChild(const Work& work) {
         fflush(stdout);
         const pid_t child = fork();
@@ -203,8 +203,8 @@ TEST_F(Reliability, AKilledProcessLeavesTheOldFileOrTheNewOne) {
     printf("%d kills, %d torn\n", kills, torn);
 }
 
-/// Without memory an operation does less, and says so; it neither ends the process nor spoils the
-/// next.
+/// Without memory an operation does less, and says so; it neither ends the
+/// process nor spoils the next.
 TEST_F(Reliability, NoFailedAllocationCrashes) {
     linux_framework::setClock(3, 0, 0, 100000);
     simulated_ia::observe({});

@@ -239,8 +239,8 @@ TEST_F(Requests, WaitForASwitchInRealTimeUnlessTheLayerHangs) {
     }
 }
 
-/// A pass of the worker that began during a reset, and then asked a slow layer for day or night, ends
-/// without a switch: scheme 0 stays in force until the next pass has paused its second.
+/// A pass of the worker that began during a reset, and then asked a slow layer for day or night,
+/// ends without a switch: scheme 0 stays in force until the next pass has paused its second.
 TEST_F(Requests, AResetIsNotFollowedByASwitchAtOnce) {
     const struct : RecordingVideo {
         void getAVStreamParams(std::vector<AVStreamParam>&) const override { usleep(5000); }
@@ -261,8 +261,8 @@ TEST_F(Requests, AResetIsNotFollowedByASwitchAtOnce) {
     controller->setVideoStreamModule(nullptr);
 }
 
-/// Hosts read the map as the plain variables that its two globals are, also while a reset builds it
-/// anew.
+/// Hosts read the map as the plain variables that its two globals are, also
+/// while a reset builds it anew.
 TEST_F(Requests, TheMapMayBeReadDuringAReset) {
     startTwoSchemes();
     std::atomic<bool> stop{false};

@@ -184,8 +184,8 @@ TEST_F(Start, EveryMemberIsSafeBeforeAndAfter) {
     EXPECT_EQ(0, controller->setParameter(34, 9, true));
 }
 
-/// Every call of the layer fails once, with every code where that is quick, in every kind of
-/// operation.
+/// Every call of the layer fails once, with every code where that is quick, in
+/// every kind of operation.
 TEST_F(Start, SurvivesAnyFailingLayerCall) {
     start();
     controller->setParamMode(0);

@@ -30,8 +30,8 @@ protected:
         EXPECT_EQ(merged, read("/tmp/merge_style.xml"));
         return merged;
     }
-    /// The text as TinyXML itself saves it; empty when it finds an error. TinyXML steps over the end
-    /// of a text that ends within a character, so it gets one that ends in several zeros.
+    /// The text as TinyXML itself saves it; empty when it finds an error. TinyXML steps over the
+    /// end of a text that ends within a character, so it gets one that ends in several zeros.
     static std::string saved(const std::string& xml) {
         TiXmlDocument document;
         document.Parse((xml + std::string(4, '\0')).c_str(), nullptr, TIXML_ENCODING_UTF8);

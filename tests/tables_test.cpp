@@ -6,6 +6,7 @@
 
 #include "Camera.h"
 #include "CommandTable.h"
+#include "FakeDriver.h"
 #include "ImageAdjustRecords.h"
 #include "SensorConfig.h"
 #include "SensorKeyTable.h"
@@ -79,6 +80,20 @@ TEST(KeyTable, EveryCommandOfTheSimulatorIsAKeysOrNamed) {
                            << " to include/SensorKeys.h";
         EXPECT_TRUE(i == 0 || simulated_ia::commandRow(i - 1).cmd < row.cmd)
             << row.name << ": the ROWs of CommandTable.h ascend by number";
+    }
+}
+
+TEST(KeyTable, EveryKeyIsAControlOfLinuxCamerasOrNamedAsNone) {
+    FakeDriver driver;
+    std::string problem;
+    const auto layer = image_adjust::v4l2::openV4l2(driver.node(), driver.options(), problem);
+    ASSERT_NE(nullptr, layer) << problem;
+    for (const SensorKeyRow& row : SENSOR_KEY_TABLE) {
+        int words[image_adjust::RECORD_WORDS_MAX] = {};
+        EXPECT_TRUE(row.isStoredOnly() ||
+                    layer->ioctl(row.command, IA_CMD_OPT_GET, words) != IA_ERR_UNKNOWN_CMD)
+            << row.symbol << ": add a row for command " << row.command
+            << " to imageadjust/v4l2/Homes_table.cpp, or name it there among the homeless";
     }
 }
 

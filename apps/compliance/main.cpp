@@ -7,11 +7,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Compliance.h"
 #include "ISensorController.h"
 #include "LinuxFramework.h"
 #include "ModuleConfigure.h"
 #include "SensorPaths.h"
+#include "host/compliance/Compliance.h"
 #ifdef COMPLIANCE_SIMULATOR
 #include "SimulatedImageAdjust.h"
 #endif

@@ -23,8 +23,8 @@ struct Answer {
     bool good() const { return status >= 200 && status < 300; }
 };
 
-/// A camera that answers requests of the API, be it in this process, with a daemon on this machine, or
-/// elsewhere. One thread at a time.
+/// A camera that answers requests of the API, be it in this process, with a daemon on this machine,
+/// or elsewhere. One thread at a time.
 class Client {
 public:
     Client() = default;
@@ -32,8 +32,8 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    /// Asks and waits for the answer. Reads are made of the camera as it is now, not as it was when it
-    /// last looked.
+    /// Asks and waits for the answer. Reads are made of the camera as it is now, not as it was
+    /// when it last looked.
     Answer ask(const std::string& method, const std::string& path, const Query& query = {},
                const std::string& body = {});
 

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "Compliance.h"
 #include "ISensorController.h"
 #include "Interrupt.h"
 #include "Output.h"
 #include "Words.h"
 #include "host/Text.h"
+#include "host/compliance/Compliance.h"
 
 namespace imgctl {
 Status runCompliance(const Call& call) {

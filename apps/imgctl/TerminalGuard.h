@@ -2,8 +2,8 @@
 
 namespace imgctl {
 
-/// While it lives, a signal that ends the process (SIGTERM, SIGHUP, SIGQUIT) first gives the terminal
-/// at standard input back as it was when this was made. One at a time.
+/// While it lives, a signal that ends the process (SIGTERM, SIGHUP, SIGQUIT) first gives the
+/// terminal at standard input back as it was when this was made. One at a time.
 class TerminalGuard {
 public:
     TerminalGuard();

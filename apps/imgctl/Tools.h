@@ -6,7 +6,8 @@
 
 namespace imgctl {
 
-/// Runs what needs no camera that is switched on: "imgctl cameras", "imgctl make-device CAMERA DIR".
+/// Runs what needs no camera that is switched on: "imgctl cameras", "imgctl
+/// make-device CAMERA DIR".
 /// @return none: the command line asks for something else
 std::optional<Status> runTool(int argc, char* const* argv);
 

@@ -10,8 +10,8 @@ namespace {
 
 constexpr int kEnglish = 0;
 
-/// Reads the parameter that begins at a position, "(key,value)" or "key=value", and goes on behind
-/// it.
+/// Reads the parameter that begins at a position, "(key,value)" or
+/// "key=value", and goes on behind it.
 bool nextPair(const std::string& text, std::size_t& position, std::string& key, std::string& value,
               std::string& problem) {
     const bool bracketed = text[position] == '(';

@@ -18,7 +18,8 @@ bool readKey(const host::Snapshot& now, const std::string& text, u32& key, std::
 bool readLayerCommand(const host::Snapshot& now, const std::string& text, u32& command,
                       std::string& problem);
 
-/// Reads a query: keys separated by blanks or commas, or "(34,2337)". They are checked by the camera.
+/// Reads a query: keys separated by blanks or commas, or "(34,2337)". They are
+/// checked by the camera.
 bool readQuery(const std::string& text, std::vector<std::string>& keys, std::string& problem);
 
 /// Reads parameters: "(34,60)(brightness,60) saturation=55,contrast=1" in any mixture.

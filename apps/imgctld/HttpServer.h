@@ -13,7 +13,8 @@ struct Header {
     std::string value;
 };
 
-/// A request as it came. What is repeated in it is kept repeated, so that whoever checks it sees it.
+/// A request as it came. What is repeated in it is kept repeated, so that
+/// whoever checks it sees it.
 struct Request {
     std::string method;
     std::string path;            ///< as sent, not percent-decoded, without the query

@@ -44,8 +44,8 @@ public:
     http::Response problem(unsigned int status) override;
     void log(const std::string& line) override;
 
-    /// Reads the users file. @param problem  receives why it cannot be used; the users stay as they
-    /// were
+    /// Reads the users file. @param problem  receives why it cannot be used;
+    /// the users stay as they were
     bool readUsers(std::string& problem);
 
     /// What is due by the time: to be called about twice a second.

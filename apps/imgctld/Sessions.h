@@ -89,8 +89,8 @@ private:
     std::thread m_thread;
 };
 
-/// Slows down who guesses: after five wrong tries from an address, one a second for a minute. Any
-/// thread.
+/// Slows down who guesses: after five wrong tries from an address, one a second
+/// for a minute. Any thread.
 class GuessLimit {
 public:
     /// To be asked before each try, which counts as a wrong one from here on: of those that run at

@@ -104,8 +104,8 @@ public:
         const Latest latest = m_pictures.latest();
         if (latest.number == m_seen || latest.part == nullptr ||
             Clock::now() - latest.made > kTooOld) {
-            // Whoever has gone meanwhile is noticed by writing only, and would keep his place for as
-            // long as the camera is away.
+            // Whoever has gone meanwhile is noticed by writing only, and would keep his place for
+            // as long as the camera is away.
             return Clock::now() - m_last > kQuiet ? Pull::End : Pull::Wait;
         }
         m_seen = latest.number;

@@ -1,5 +1,5 @@
-// An image-adjust layer that remembers what it is told, correct for every option. Where the values are
-// remembered, a layer of your own calls your sensor.
+// An image-adjust layer that remembers what it is told, correct for every option. Where the values
+// are remembered, a layer of your own calls your sensor.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -15,8 +15,8 @@ struct Control {
     int least, most, usual; // the last one is the default
 };
 
-// Every command that can be set, ascending. Commands that share a record lie side by side, in the order
-// of its fields.
+// Every command that can be set, ascending. Commands that share a record lie side by side, in the
+// order of its fields.
 constexpr Control controls[] = {
     {16, 0, 3, 0},       {34, 0, 255, 128},
     {49, 0, 100, 3},     {50, 0, 100, 5},

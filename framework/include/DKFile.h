@@ -17,17 +17,17 @@ class Replacement;
 /// - The destructor closes.
 ///
 /// What framework/linux adds:
-/// - A write that returns all its bytes has brought the file so far to the disk, and put it in place
-///   under its name, as a whole and in one step. Whoever wants the old content or the new one, and
-///   nothing between, writes the file in one call.
+/// - A write that returns all its bytes has brought the file so far to the disk, and put it in
+///   place under its name, as a whole and in one step. Whoever wants the old content or the new
+///   one, and nothing between, writes the file in one call.
 /// - A write that returns fewer has changed nothing, and so do the further ones until close: the
 ///   file holds what it held before. One case remains in which it holds the new content: the folder
 ///   could not be brought to the disk, so that nobody can say what a power cut would leave.
 /// - A file that already holds the same content is not written again.
-/// - What may pass (an interruption, EIO, no memory, no descriptor left) is tried again beneath open
-///   and read. Descriptors are never 0 to 2, and a few are kept in reserve.
-/// - For writing, links are followed inside the device root, and not at all in a folder where anyone
-///   may put one, such as /tmp: the file takes the link's place there.
+/// - What may pass (an interruption, EIO, no memory, no descriptor left) is tried again beneath
+///   open and read. Descriptors are never 0 to 2, and a few are kept in reserve.
+/// - For writing, links are followed inside the device root, and not at all in a folder where
+///   anyone may put one, such as /tmp: the file takes the link's place there.
 class DKFile {
 public:
     /// Open an existing file for reading.
@@ -53,8 +53,8 @@ public:
     ///         an error, or when the file is not open for reading
     int read(void* buffer, unsigned int count);
 
-    /// @return the number of bytes written, 0 .. count; fewer than count after an error (disk full),
-    ///         for null data, or when the file is not open for writing
+    /// @return the number of bytes written, 0 .. count; fewer than count after an error (disk
+    ///         full), for null data, or when the file is not open for writing
     int write(const void* data, unsigned int count);
 
     /// @return the length of the open file in bytes; 0 when it is not open
@@ -69,8 +69,9 @@ public:
     FILE* getFileHandle();
 
     /// Reads the next line of a stream that getFileHandle() gave.
-    /// @return the line without its line end ("\n" or "\r\n"); empty at the end of the file and for a
-    ///         null stream. A line of more than 1023 characters is cut there; the rest is skipped.
+    /// @return the line without its line end ("\n" or "\r\n"); empty at the end of the
+    ///         file and for a null stream. A line of more than 1023 characters is cut
+    ///         there; the rest is skipped.
     static std::string ReadOneLine(FILE* stream);
 
 private:

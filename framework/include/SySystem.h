@@ -18,9 +18,9 @@
 ///         or was ended by the time limit or a signal
 int sy_system(char const* command, int seconds);
 
-/// POSIX access() on a device path. Allocates nothing. Needed only where the device root is not "/",
-/// or where passing errors are to be told from missing files: in a process without it the library
-/// calls access() itself.
+/// POSIX access() on a device path. Allocates nothing. Needed only where the device root is not
+/// "/", or where passing errors are to be told from missing files: in a process without it the
+/// library calls access() itself.
 ///
 /// framework/linux tries again where the error may pass (EINTR, EIO, no memory). A file of which it
 /// cannot find out whether it exists, counts as existing: callers make what is missing, and would

@@ -128,8 +128,8 @@ private:
 
 thread_local const StopRequest* t_request = nullptr;
 
-/// Our own calendar: a fast clock leaves the range of a 32-bit time_t, and so of gmtime, in no
-/// time.
+/// Our own calendar: a fast clock leaves the range of a 32-bit time_t, and
+/// so of gmtime, in no time.
 void setDate(long long daysSince1970, DKDeviceTime& time) {
     // Years that begin in March put the leap day last.
     const long long day = daysSince1970 + 719468; // since 0000-03-01

@@ -11,8 +11,8 @@
 namespace {
 
 // On a board of 64 MB the system's default of 8 MiB a thread is an eighth of the memory as soon as
-// the host locks its pages or forbids overcommitment; the bodies need far less. Sanitizers widen
-// frames.
+// the host locks its pages or forbids overcommitment; the bodies need far less.
+// Sanitizers widen frames.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define IMGCTL_SANITIZED
 #elif defined(__has_feature)

@@ -20,8 +20,8 @@ struct HostPath {
 bool insideRoot(const char* resolved);
 
 /// Where a write to a device file goes: links are followed, but never out of the device root, and
-/// not in a folder where anyone may put one (/tmp, and whatever all may write to). What stands there
-/// is not followed: the file is to take its place.
+/// not in a folder where anyone may put one (/tmp, and whatever all may write to). What stands
+/// there is not followed: the file is to take its place.
 /// @param hostPath  the file's place on this machine; its folder must exist
 /// @param target    receives the path; what it names is no link, except in such a folder
 /// @return false when there is no such place; errno may say why

@@ -32,8 +32,9 @@ void removeLeftovers(const char* folder);
 /// Replaces a file of this machine, not of the device: at every moment it holds the old text or all
 /// of the new one. A link keeps pointing at the file. Any thread.
 /// @param path  a path of this machine
-/// @return true; false, with errno set, when it may not be written or is no regular file
-bool replaceHostFile(const std::string& path, const std::string& text);
+/// @param mode  the permissions of a file that is new; an old one keeps its own
+/// @return true; false, with errno set, when it may not be written or is no regular file (EINVAL)
+bool replaceHostFile(const std::string& path, const std::string& text, unsigned int mode = 0644);
 
 /// Sets the device's clock: it shows the given local time of today now, and runs faster than real
 /// time by a factor. Pauses that are under way go on by the new clock. Any thread.
@@ -49,8 +50,8 @@ bool setClockSpeed(double speed);
 void useRealClock();
 
 /// Microseconds of device time since an arbitrary start. It runs at the clock's speed, but setting
-/// the clock moves only what is shown: never back, never ahead. Pauses are measured by it. Any
-/// thread.
+/// the clock moves only what is shown: never back, never ahead. Pauses are
+/// measured by it. Any thread.
 long long deviceMicroseconds();
 
 } // namespace linux_framework

@@ -9,8 +9,8 @@
 
 namespace {
 
-// TinyXML looks each attribute up among those before it, so an element full of them must stay
-// small.
+// TinyXML looks each attribute up among those before it, so an element full
+// of them must stay small.
 constexpr std::size_t kLongestFile = 16UL * 1024;
 constexpr int kDeepestNesting = 64;
 

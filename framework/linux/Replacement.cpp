@@ -107,7 +107,8 @@ bool Replacement::begin(const char* hostPath) {
     return beginTarget();
 }
 
-bool Replacement::beginOnHost(const char* hostPath) {
+bool Replacement::beginOnHost(const char* hostPath, mode_t mode) {
+    m_nNewMode = mode;
     char real[PATH_MAX];
     struct stat link {};
     const bool exists = realpath(hostPath, real) != nullptr;
@@ -150,7 +151,9 @@ int Replacement::createTemporary() {
         // Cut, so that the longest of names still fits NAME_MAX.
         m_strTemporary = m_strFolder + "/" + kTemporaryPrefix + m_strName.substr(0, 200) + "." +
                          std::to_string(getpid()) + "." + std::to_string(serial);
-        const int fd = file_calls::open(m_strTemporary.c_str(), O_RDWR | O_CREAT | O_EXCL, 0644);
+        // Nobody may open a secret's file before it has the old one's permissions.
+        const mode_t mode = m_nMode != 0 ? m_nMode & 0600U : m_nNewMode;
+        const int fd = file_calls::open(m_strTemporary.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
         if (fd >= 0) {
             if (lockForWriting(fd)) {
                 if (m_nMode != 0) {
@@ -277,9 +280,9 @@ bool Replacement::finish() {
     return good;
 }
 
-bool replaceHostFile(const std::string& path, const std::string& text) {
+bool replaceHostFile(const std::string& path, const std::string& text, unsigned int mode) {
     Replacement replacement;
-    if (!replacement.beginOnHost(path.c_str())) {
+    if (!replacement.beginOnHost(path.c_str(), mode)) {
         return false;
     }
     return (text.empty() || replacement.append(text.data(), text.size()) == text.size()) &&

@@ -27,7 +27,8 @@ public:
     bool begin(const char* hostPath);
 
     /// The same for any file of this machine, among files that are none of ours.
-    bool beginOnHost(const char* hostPath);
+    /// @param mode  the permissions of a file that is new
+    bool beginOnHost(const char* hostPath, mode_t mode);
 
     /// Adds to the content and puts it in place. A target that holds the same already is left
     /// alone: flash wears.
@@ -52,7 +53,8 @@ private:
     int m_nFd = -1;
     bool m_bInPlace = false;
     bool m_bFailed = false;
-    mode_t m_nMode = 0;      // of the old file; 0: there is none
+    mode_t m_nMode = 0; // of the old file; 0: there is none
+    mode_t m_nNewMode = 0644;
     std::string m_strTarget; // folder, "/", name
     std::string m_strFolder;
     std::string m_strName;

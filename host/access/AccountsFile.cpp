@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "Accounts.h"
+#include "LinuxFramework.h"
 
 // The file is text, one account a line, words separated by single blanks, so that an administrator
 // can read it and a broken line has a number:
@@ -156,29 +157,7 @@ FileLock::~FileLock() {
 }
 
 bool writeAccounts(const std::string& path, const Accounts& accounts, std::string& problem) {
-    const std::string text = textOf(accounts);
-    const std::string temporary = path + ".new";
-    unlink(temporary.c_str());
-    const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd < 0) {
-        return failed(path, problem);
-    }
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t count = write(fd, text.data() + done, text.size() - done);
-        if (count <= 0 && errno != EINTR) {
-            break;
-        }
-        done += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    const bool written = done == text.size() && fsync(fd) == 0;
-    const bool closed = close(fd) == 0;
-    if (!written || !closed || rename(temporary.c_str(), path.c_str()) != 0) {
-        failed(path, problem);
-        unlink(temporary.c_str());
-        return false;
-    }
-    return true;
+    return linux_framework::replaceHostFile(path, textOf(accounts), 0600) || failed(path, problem);
 }
 
 } // namespace detail

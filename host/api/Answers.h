@@ -5,8 +5,8 @@
 #include "host/api/Api.h"
 #include "host/api/Json.h"
 
-/// What became of an operation, as a response: a document when it is done, else a problem (RFC 9457)
-/// that carries the same document's members.
+/// What became of an operation, as a response: a document when it is done, else a problem (RFC
+/// 9457) that carries the same document's members.
 namespace host::api {
 
 /// @param snapshot  the camera after the operation

@@ -93,8 +93,8 @@ void Api::handle(const Request& request, std::function<void(Response)> done) {
         });
 }
 
-/// Answers what only reads, of the camera as it was when it last looked; with "fresh" in the query it
-/// looks first.
+/// Answers what only reads, of the camera as it was when it last looked; with "fresh" in the
+/// query it looks first.
 void Api::read(const Handler& handler, const Request& request, const Match& match, int language,
                std::function<void(Response)> done) {
     const auto make = [&handler, language, state = m_state](const Request& asked,

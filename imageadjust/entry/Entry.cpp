@@ -26,8 +26,8 @@ namespace {
 
 typedef std::vector<std::shared_ptr<Observation::Observer>> Observers;
 
-// What calls find is replaced as a whole, never changed: a call takes one reference and is done with
-// the lock.
+// What calls find is replaced as a whole, never changed: a call takes one reference and
+// is done with the lock.
 struct State {
     std::shared_ptr<Layer> layer;
     Observers observers;

@@ -107,10 +107,9 @@ static_assert(sizeof(dn_time_st) == 16, "the layer's record is 4 words");
 /// The one entry of the layer.
 /// @param cmd   command number: a parameter's key, or one of ia_cmd_e
 /// @param opt   one of ia_opt_e
-/// @param data  a 32-bit value, or the command's record, aligned to 4 bytes
-///              (IA_CMD_CAMERA_VERSION: any alignment). Options 3 and 4 take a 32-bit word for
-///              every command. Commands with a record for options 0 and 1: 145 and 146 dn_thr_st,
-///              149 to 152 dn_time_st, IA_CMD_CAMERA_VERSION and IA_CMD_DYNAMIC_PARAMS_CMDS_GET as
-///              above.
+/// @param data  a 32-bit value, or the command's record, aligned to 4 bytes (IA_CMD_CAMERA_VERSION:
+///              any alignment). Options 3 and 4 take a 32-bit word for every command. Commands with
+///              a record for options 0 and 1: 145 and 146 dn_thr_st, 149 to 152 dn_time_st,
+///              IA_CMD_CAMERA_VERSION and IA_CMD_DYNAMIC_PARAMS_CMDS_GET as above.
 /// @return 0 on success, one of ia_error_e on failure
 extern "C" int ia_ioctrl(unsigned int cmd, unsigned int opt, void* data);

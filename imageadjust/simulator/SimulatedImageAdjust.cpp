@@ -159,7 +159,8 @@ void setTimeOfDaySource(int (*minutesOfDay)()) {
 }
 
 void observe(std::function<void(const Call&)> observer) {
-    // What it was goes last, after the lock: ending waits for an observer that may come here itself.
+    // What it was goes last, after the lock: ending waits for an observer that
+    // may come here itself.
     Observation observation = observer ? image_adjust::observe(std::move(observer)) : Observation();
     Device& d = device();
     const Guard guard(d.observing);

@@ -78,8 +78,8 @@ bool lampOn();
 
 /// Restricts the values of a command on this sensor, so that it appears in the list of restricted
 /// commands. At most 16 commands can be restricted, each to at most 64 values. A restricted command
-/// takes exactly these values; the value in force stays. Restricting a command again replaces its
-/// list.
+/// takes exactly these values; the value in force stays. Restricting a command
+/// again replaces its list.
 /// @return true when taken; false for an unknown command, too many commands or items, or no items
 bool limit(unsigned int cmd, int defaultValue, const std::vector<int>& items);
 
@@ -102,9 +102,9 @@ struct Range {
     const char* name; ///< what the command is about, a static text
 };
 
-/// @return true and the range of a command that can be set; a command with a day/night record
-/// answers
-///         for its own field of it. False for the commands that only read, and for unknown ones
+/// @return true and the range of a command that can be set; a command with a day/night
+///         record answers for its own field of it. False for the commands that only
+///         read, and for unknown ones
 bool describe(unsigned int cmd, Range& range);
 
 /// Lets every call take so long, in real microseconds.

@@ -32,8 +32,8 @@ struct SensorState {
 typedef std::vector<std::pair<unsigned int, int>> Assumptions;
 
 /// The sensor as it stands now, or as it would with other values: then day or night is what their
-/// thresholds and hours make of it. It is no call of the layer: not counted, not shown to observers,
-/// and no fault or delay touches it.
+/// thresholds and hours make of it. It is no call of the layer: not counted, not shown to
+/// observers, and no fault or delay touches it.
 SensorState sensorState(const Assumptions& assumptions = Assumptions());
 
 } // namespace simulated_ia

@@ -2,7 +2,8 @@
 
 namespace simulated_ia {
 
-/// What the simulated camera looks at: dials from 0 to 100, as a sensor just switched on finds them.
+/// What the simulated camera looks at: dials from 0 to 100, as a sensor just
+/// switched on finds them.
 struct World {
     int light = 100; ///< daylight, from a moonless night to a bright day; squared in the picture
     int fog = 0;     ///< how little is seen of what is far

@@ -7,8 +7,8 @@
 /// Commands that live in the way pictures are taken, and not in controls.
 namespace image_adjust::v4l2 {
 
-/// Command 2464, in whole pictures a second: the rates that the camera has at its present picture
-/// size.
+/// Command 2464, in whole pictures a second: the rates that the camera has at
+/// its present picture size.
 class FrameRateHome : public Home {
 public:
     explicit FrameRateHome(Device& device);

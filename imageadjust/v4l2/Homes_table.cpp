@@ -154,8 +154,8 @@ public:
 private:
     Control* find(unsigned int id) const { return m_device.find(id); }
 
-    /// A speed that goes both ways and can be taken back; some drivers know but one way, and no
-    /// end.
+    /// A speed that goes both ways and can be taken back; some drivers know
+    /// but one way, and no end.
     Control* findDrive(unsigned int id) const {
         Control* drive = find(id);
         return drive != nullptr && drive->takes(-1) && drive->takes(0) && drive->takes(1) ? drive

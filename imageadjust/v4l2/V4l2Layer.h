@@ -16,8 +16,8 @@
 ///   value it is set to, reads as it, and is handed to the camera when it is let go. about() tells.
 ///   Orders, which keep no value, are refused with IA_ERR_UNSUPPORTED instead.
 /// - Commands that the camera has nothing for give IA_ERR_UNSUPPORTED; a camera that is gone gives
-///   IA_ERR_FAILED, one that refuses to change now (another program takes its pictures) IA_ERR_BUSY.
-///   about().lastFailure says which.
+///   IA_ERR_FAILED, one that refuses to change now (another program takes its pictures)
+///   IA_ERR_BUSY. about().lastFailure says which.
 /// - While the camera is gone its ranges are still told. It is known by its identity, so that it
 ///   may come back at another node.
 /// - Day and night (commands 144 to 153) are this layer's own: by the brightness of the picture, by

@@ -10,8 +10,9 @@
 #include "Service.h"
 #include "host/Camera.h"
 
-/// A camera of its own behind the service, on a free port of the loopback. Its users: "administrator",
-/// "operator", "viewer" and "monitor", each with the role of that name; the password is kPassword.
+/// A camera of its own behind the service, on a free port of the loopback. Its users:
+/// "administrator", "operator", "viewer" and "monitor", each with the role of that name; the
+/// password is kPassword.
 class Daemon : public ::testing::Test {
 protected:
     static constexpr char kPassword[] = "ten letters";

@@ -248,8 +248,8 @@ TEST_F(HostOnUsb, ACameraThatIsNotThereAtTheStartIsWaitedForWhereThatIsAsked) {
     EXPECT_EQ(35, witness(node, V4L2_CID_BRIGHTNESS));
 }
 
-/// What the camera has otherwise than the scheme in force records, but for what is told; at rest
-/// nothing.
+/// What the camera has otherwise than the scheme in force records, but for what
+/// is told; at rest nothing.
 std::string OnDriver::differs() {
     const auto now = camera.snapshot();
     if (!now->settled) {

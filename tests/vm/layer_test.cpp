@@ -7,9 +7,9 @@
 #include <map>
 #include <thread>
 
-#include "Compliance.h"
 #include "Guest.h"
 #include "Jpeg.h"
+#include "host/compliance/Compliance.h"
 
 using namespace guest;
 using image_adjust::CommandState;

@@ -23,7 +23,8 @@ struct Balance {
     double blue;
 };
 
-// What makes white of the light that a mode takes for granted; automatic goes by the light there is.
+// What makes white of the light that a mode takes for granted; automatic goes
+// by the light there is.
 Balance balanceOf(const PictureSettings& s, const Illumination& light) {
     switch (s.whiteBalance) {
         case 1:
@@ -181,8 +182,8 @@ void Development::exposeRow(const uint16_t* light, int width, const Channel& cha
 void Development::makeCurve(const LightPicture& light, const PictureSettings& s, double factor) {
     int black = 0;
     if (s.defog != 0) {
-        // What fog is left lifts what is dark: it becomes black again, but never so much that a dark
-        // picture drowns.
+        // What fog is left lifts what is dark: it becomes black again, but never so much that a
+        // dark picture drowns.
         std::vector<int> seen;
         const auto& plane = light.plane[light.channels == 1 ? 0 : 1];
         for (size_t i = 0; i < plane.size(); i += 61) {

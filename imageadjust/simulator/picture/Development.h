@@ -20,8 +20,8 @@ struct Developed {
     std::vector<int16_t> red;
 };
 
-/// What makes a picture of light: exposure with its noise, white balance, wide dynamic range, defog,
-/// gamma.
+/// What makes a picture of light: exposure with its noise, white balance, wide
+/// dynamic range, defog, gamma.
 class Development {
 public:
     Development();

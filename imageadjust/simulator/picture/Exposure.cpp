@@ -87,8 +87,8 @@ Exposure expose(const PictureSettings& s, const Metering& metering, double unit)
                                                    : shutterTime(s.longestShutter, s.frameRate);
         const double shortest = s.exposureMode == 2 ? longest : 1.0 / 10000;
         const double usual = std::clamp(0.01, shortest, longest);
-        // The iris takes what is too much, then the shutter; the shutter gives what is missing, then
-        // the gain.
+        // The iris takes what is too much, then the shutter; the shutter gives what is
+        // missing, then the gain.
         e.iris = widest;
         if (s.exposureMode == 3) {
             e.iris = placed;

@@ -11,8 +11,8 @@
 
 namespace simulated_ia {
 
-/// Draws what the simulated camera sees. It shows what the settings do and in which direction, as an
-/// illustration; it measures no lens and no sensor.
+/// Draws what the simulated camera sees. It shows what the settings do and in which direction, as
+/// an illustration; it measures no lens and no sensor.
 ///
 /// A frame follows from settings, world, time and seed alone, whatever was drawn before; but while
 /// the settings freeze the picture, the last one stays. Not thread-safe; several renderers may work

@@ -24,9 +24,9 @@ struct SimulatedPictureOptions {
 
 /// What the simulated sensor sees, as pictures.
 ///
-/// It takes the nearest width that a renderer takes, at nine sixteenths of it, and comes as often as
-/// it is asked to, but no more often than the sensor's frame rate. A picture that nobody was there
-/// to take is left out.
+/// It takes the nearest width that a renderer takes, at nine sixteenths of it, and comes as often
+/// as it is asked to, but no more often than the sensor's frame rate. A picture that nobody was
+/// there to take is left out.
 class SimulatedPictureSource : public image_adjust::PictureSource {
 public:
     explicit SimulatedPictureSource(SimulatedPictureOptions options = SimulatedPictureOptions());

@@ -85,8 +85,8 @@ public:
 
     double unit() const { return m_unit; }
 
-    /// Reflectance of what is seen at a point of the picture that the wind has not moved, 255: white
-    /// paper. The point may lie as far outside as the wind moves it.
+    /// Reflectance of what is seen at a point of the picture that the wind has not moved, 255:
+    /// white paper. The point may lie as far outside as the wind moves it.
     int reflectance(int x, int y) const { return m_reflectance[place(x, y)]; }
 
     /// How far away it is, 0 .. 255.

@@ -37,8 +37,8 @@ struct Settings {
     std::function<bool()> interrupted = {};
     /// How long, in real time, a movement or a busy layer is waited for.
     std::chrono::milliseconds patience{5000};
-    /// How often each of four threads calls a command beside the others, within a tenth of a
-    /// second.
+    /// How often each of four threads calls a command beside the others,
+    /// within a tenth of a second.
     int rounds = 1000;
 };
 

@@ -1,10 +1,10 @@
-#include "CommandCheck.h"
+#include "host/compliance/CommandCheck.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "ValueCheck.h"
-#include "ValueRange.h"
+#include "host/compliance/ValueCheck.h"
+#include "host/compliance/ValueRange.h"
 
 namespace compliance {
 namespace {

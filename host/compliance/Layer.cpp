@@ -1,4 +1,4 @@
-#include "Layer.h"
+#include "host/compliance/Layer.h"
 
 #include <algorithm>
 #include <cstring>

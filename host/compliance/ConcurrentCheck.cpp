@@ -1,4 +1,4 @@
-#include "ConcurrentCheck.h"
+#include "host/compliance/ConcurrentCheck.h"
 
 #include <atomic>
 #include <chrono>

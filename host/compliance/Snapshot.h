@@ -3,8 +3,8 @@
 #include <chrono>
 #include <vector>
 
-#include "Compliance.h"
-#include "Layer.h"
+#include "host/compliance/Compliance.h"
+#include "host/compliance/Layer.h"
 
 namespace compliance {
 

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "Compliance.h"
-#include "Layer.h"
-#include "Motion.h"
+#include "host/compliance/Compliance.h"
+#include "host/compliance/Layer.h"
+#include "host/compliance/Motion.h"
 
 namespace compliance {
 

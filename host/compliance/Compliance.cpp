@@ -1,8 +1,8 @@
-#include "Compliance.h"
+#include "host/compliance/Compliance.h"
 
-#include "CommandCheck.h"
 #include "ImageAdjust.h"
-#include "Snapshot.h"
+#include "host/compliance/CommandCheck.h"
+#include "host/compliance/Snapshot.h"
 
 namespace compliance {
 namespace {

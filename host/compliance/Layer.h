@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "Findings.h"
 #include "ImageAdjustRecords.h"
+#include "host/compliance/Findings.h"
 
 namespace compliance {
 

@@ -1,4 +1,4 @@
-#include "Motion.h"
+#include "host/compliance/Motion.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Compliance.h"
-#include "Findings.h"
+#include "host/compliance/Compliance.h"
+#include "host/compliance/Findings.h"
 
 namespace compliance {
 

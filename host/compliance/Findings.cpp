@@ -1,4 +1,4 @@
-#include "Findings.h"
+#include "host/compliance/Findings.h"
 
 #include <algorithm>
 

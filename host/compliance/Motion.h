@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "Layer.h"
+#include "host/compliance/Layer.h"
 
 /// The commands that move lens and iris.
 namespace compliance {

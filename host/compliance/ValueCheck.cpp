@@ -1,11 +1,11 @@
-#include "ValueCheck.h"
+#include "host/compliance/ValueCheck.h"
 
 #include <algorithm>
 #include <climits>
 
-#include "ConcurrentCheck.h"
 #include "SensorKeys.h"
-#include "ValueRange.h"
+#include "host/compliance/ConcurrentCheck.h"
+#include "host/compliance/ValueRange.h"
 
 namespace compliance {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Findings.h"
-#include "Layer.h"
+#include "host/compliance/Findings.h"
+#include "host/compliance/Layer.h"
 
 namespace compliance {
 

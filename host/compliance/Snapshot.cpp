@@ -1,9 +1,9 @@
-#include "Snapshot.h"
+#include "host/compliance/Snapshot.h"
 
 #include <algorithm>
 
-#include "Motion.h"
 #include "SensorKeys.h"
+#include "host/compliance/Motion.h"
 
 namespace compliance {
 namespace {

@@ -1,4 +1,4 @@
-#include "ValueRange.h"
+#include "host/compliance/ValueRange.h"
 
 #include <algorithm>
 #include <climits>
