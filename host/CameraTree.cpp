@@ -107,7 +107,7 @@ fs::path memoryOf(const std::string& given) {
 
 /// Where the settings of a camera that is there are, or belong.
 fs::path placeOf(const v4l2::CameraInfo& camera) {
-    const fs::path own = stateFolder() / camera.identity;
+    fs::path own = stateFolder() / camera.identity;
     if (isDeviceTree(own.string()) || camera.identity == camera.model) {
         return own;
     }
