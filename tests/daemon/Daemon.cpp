@@ -35,6 +35,7 @@ void Daemon::start(bool withUsers, http::Limits limits, imgctld::ServiceOptions 
     host::CameraOptions asked;
     asked.device = root;
     asked.layer = layer;
+    asked.speed = speed;
     asked.detail = "(max_scheme=4)(lensType=motor)";
     asked.clock = host::CameraOptions::Clock{12, 0, 0};
     const host::StartProblem problem = camera.start(asked);

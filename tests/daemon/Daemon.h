@@ -38,6 +38,7 @@ protected:
     std::string root;
     std::string users; ///< the file
     std::string layer = "simulator";
+    double speed = 1; ///< of the camera's clock
     host::Camera camera;
     std::unique_ptr<imgctld::Service> service;
     std::unique_ptr<http::HttpServer> server;

@@ -32,6 +32,7 @@ public:
     /// @return true when the other end has closed within the time, whatever comes before
     bool ended(double seconds);
     const std::string& unread() const { return m_bytes; }
+    void forget() { m_bytes.clear(); }
 
 private:
     bool receive(double seconds);
