@@ -28,6 +28,19 @@ page('the day by keyboard: to midnight and past it, applied, cancelled, overtake
   assert.equal((await camera.get('/schemes/1')).end, '24:00');
   assert.deepEqual((({ enabled, start, end }) => [enabled, start, end])(await camera.get('/schemes/2')), [true, '00:00', '02:00']);
 
+  // A window that somebody changes in the moment of Apply: nothing of the draft is set.
+  await edit();
+  await press(one, 'PageDown');
+  await one.evaluate(async () => {
+    const { put } = await import('/api.js');
+    await put('/schemes/2', { enabled: true, start: '00:00', end: '03:00' });
+    document.querySelector('.day-editor .primary').click();
+  });
+  await until(() => shown(one, '[data-act=theirs]'));
+  await one.click('[data-act=theirs]');
+  await one.evaluate(() => [...document.querySelectorAll('.day-editor .bar button')].at(-1).click());
+  assert.equal((await camera.get('/schemes/1')).end, '24:00');
+
   await edit();
   await press(one, 'PageDown');
   await camera.windows([[0, '07:00', '17:00']]);

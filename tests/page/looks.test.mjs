@@ -77,6 +77,9 @@ for (const width of [1280, 390]) {
     await click('#panel [data-view=history]');
     await one.waitForSelector('.history');
     await check('history');
+    await click('#panel [data-view=light]');
+    await one.waitForSelector('.light-plot');
+    await check('light');
     await click('#panel .close');
     await click('[data-tool=compare]');
     await one.waitForSelector('.compare canvas[data-scheme]');

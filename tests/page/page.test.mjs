@@ -253,3 +253,19 @@ page('two schemes are compared in one picture', {}, async (camera, one) => {
   assert.equal(await one.$eval('.pair', pair => pair.style.getPropertyValue('--at')), '69%');
   assert.match(await text(one, '.compare tbody'), /^Schedule\s+On\s+Off\s+Brightness\s+128\s+20$/);
 });
+
+page('the light of the last hour is drawn, and told as a table', { camera: { speed: 60 } }, async (camera, one) => {
+  await camera.put('/simulator', { light: 30 });
+  await until(async () => (await camera.get('/light')).samples.slice(-3).filter(one => one.light === 30).length === 3, 15000);
+  await one.click('#panel [data-view=light]');
+  await one.waitForSelector('.light-plot polyline');
+  await until(async () => /^Light 30 of 100: (day|night)\./.test(await text(one, '.panel-body')));
+  const { thresholds, samples } = await camera.get('/light');
+  const { drawn, words, points } = await one.$eval('.light-plot', plot => ({ drawn: plot.querySelectorAll('.threshold').length,
+    words: plot.textContent, points: plot.querySelector('polyline').getAttribute('points').split(' ').map(point => point.split(',').map(Number)) }));
+  assert.equal(drawn, 2);
+  for (const one of thresholds) assert.ok(words.includes(`${one.label} ${one.value}`));
+  assert.ok(points.length >= 4 && points.length <= samples.length + 1 && points.every(([x], i) => i === 0 || x >= points[i - 1][0]));
+  await one.$eval('.panel-body summary', summary => summary.click());
+  await until(async () => /^\d\d:\d\d\s+30\s+(day|night)/.test(await text(one, '.panel-body tbody')));
+});

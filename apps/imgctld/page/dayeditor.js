@@ -15,6 +15,7 @@ let editor = null;
 
 const windowsOf = schemes => new Map(schemes.filter(scheme => !scheme.default).map(scheme =>
   [scheme.number, { enabled: scheme.enabled, start: minutesOf(scheme.start), end: minutesOf(scheme.end) }]));
+const asked = (number, { enabled, start, end }) => ({ number, enabled, start: timeText(start), end: timeText(end) });
 const same = (a, b) => a.enabled === b.enabled && a.start === b.start && a.end === b.end;
 
 class Lane {
@@ -165,6 +166,7 @@ class Lane {
 class Editor {
   constructor() {
     this.base = windowsOf(store.schemes);
+    this.seen = store.schemesNumber; // of the windows that the draft began with
     this.draft = windowsOf(store.schemes);
     this.copies = new Map(); // scheme -> the one that it becomes a copy of
     this.names = new Map(); // scheme -> its new name
@@ -216,8 +218,7 @@ class Editor {
   /** Asks the camera what the draft would do; only the newest answer counts. */
   async ask() {
     const mine = ++this.asked;
-    const schemes = this.changes.map(([number, window]) =>
-      ({ number, enabled: window.enabled, start: timeText(window.start), end: timeText(window.end) }));
+    const schemes = this.changes.map(([number, window]) => asked(number, window));
     try {
       const plan = await post('/plan', { schemes });
       if (mine !== this.asked) return;
@@ -262,20 +263,32 @@ class Editor {
   others(schemes) {
     const now = windowsOf(schemes);
     const changed = [...now].filter(([number, window]) => this.base.has(number) && !same(window, this.base.get(number)));
-    if (this.sending || !changed.length) return;
+    if (this.sending) return;
+    if (!changed.length) {
+      this.seen = store.schemesNumber;
+      return;
+    }
     if (!this.changes.length) {
       this.take(now);
       return;
     }
+    const text = word('windowsChanged', { windows: changed.map(([number, window]) =>
+      `${this.lanes.find(lane => lane.number === number).title} ${timeText(window.start)} - ${timeText(window.end)}${window.enabled ? '' : ` (${word('off')})`}`).join('; ') });
+    if (!this.theirs.hidden && this.theirs.firstChild?.textContent === text) return; // its buttons may have the focus
     show(this.theirs, true);
-    fill(this.theirs, make('span', {}, word('windowsChanged', { windows: changed.map(([number, window]) =>
-      `${this.lanes.find(lane => lane.number === number).title} ${timeText(window.start)} - ${timeText(window.end)}${window.enabled ? '' : ` (${word('off')})`}`).join('; ') })),
+    fill(this.theirs, make('span', {}, text),
       make('button', { type: 'button', 'data-act': 'theirs', onclick: () => this.take(now) }, word('takeTheirs')),
-      make('button', { type: 'button', 'data-act': 'mine', onclick: () => { this.base = now; show(this.theirs, false); this.changed(); } }, word('keepMine')));
+      make('button', { type: 'button', 'data-act': 'mine', onclick: () => {
+        this.base = now;
+        this.seen = store.schemesNumber;
+        show(this.theirs, false);
+        this.changed();
+      } }, word('keepMine')));
   }
 
   take(windows) {
     this.base = windows;
+    this.seen = store.schemesNumber;
     this.draft = new Map([...windows].map(([number, window]) => [number, { ...window }]));
     this.copies.clear();
     show(this.theirs, false);
@@ -290,16 +303,19 @@ class Editor {
         await write(() => put(`/schemes/${number}`, { name }));
         this.names.delete(number);
       }
-      for (const [number, window] of this.changes) {
-        if (this.copies.has(number)) await post(`/schemes/${this.copies.get(number)}/copy`, { to: number });
-        await put(`/schemes/${number}`, { enabled: window.enabled, start: timeText(window.start), end: timeText(window.end) });
-        this.base.set(number, { ...window });
+      const changes = this.changes;
+      let seen = this.seen;
+      for (const [number, from] of this.copies) {
+        if (changes.some(([changed]) => changed === number)) seen = (await post(`/schemes/${from}/copy`, { to: number })).sequence;
       }
+      this.copies.clear();
+      if (changes.length) await put('/schemes', { sequence: seen, schemes: changes.map(([number, window]) => asked(number, window)) });
       await readSchemes();
       refreshSoon(0);
       this.element.close();
     } catch (error) {
       this.say(error instanceof Problem ? error.message : word('noAnswerAtAll'), 'error');
+      this.sending = false; // what others did meanwhile is to be seen
       await readSchemes().catch(() => {});
       refreshSoon(0);
     }

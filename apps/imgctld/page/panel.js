@@ -3,13 +3,15 @@
 
 import { ask, get, post } from './api.js';
 import { byId, fill, make, setText, show } from './dom.js';
+import { lightView } from './light.js';
 import { reveal } from './list.js';
 import { narrow } from './looks.js';
 import { on, refreshSoon, store } from './store.js';
 import { person, word } from './words.js';
 
 const looks = ['dark', 'bright', 'grey', 'blurred', 'noisy'];
-const views = ['explain', 'history'];
+const views = ['explain', 'history', 'light'];
+const lightEvery = 10000;
 const makeTabs = () => views.map(name => make('button', { type: 'button', 'data-view': name, onclick: () => view(name) }));
 const tabs = makeTabs();
 /** The same for a narrow page's menu: there the panel is not seen before it is asked for. */
@@ -28,7 +30,7 @@ function view(name, open = true) {
   state.open = state.open || open;
   byId('panel').classList.toggle('open', state.open);
   for (const tab of [...tabs, ...menuTabs]) {
-    setText(tab, word(tab.dataset.view === 'explain' ? 'explainTitle' : 'history'));
+    setText(tab, word(tab.dataset.view === 'explain' ? 'explainTitle' : tab.dataset.view));
     tab.setAttribute('aria-pressed', String(tab.dataset.view === name));
   }
   setText(close, word('close'));
@@ -46,7 +48,7 @@ async function refresh() {
   const mine = ++state.count;
   let content;
   try {
-    content = await (state.view === 'history' ? historyView() : explainView());
+    content = await { history: historyView, light: lightView, explain: explainView }[state.view]();
   } catch (error) {
     content = [make('p', { class: 'note error' }, error.document ? error.message : word('noAnswerAtAll'))];
   }
@@ -191,3 +193,4 @@ const soon = () => {
   due ??= setTimeout(() => { due = null; refresh(); }, 150);
 };
 for (const topic of ['journal', 'session', 'link']) on(topic, soon);
+setInterval(() => { if (state.view === 'light' && !document.hidden && store.link === 'live') soon(); }, lightEvery);

@@ -21,13 +21,17 @@ export function beginGesture() {
 /** Sends values of keys that belong together: one of each.
  * @param done receives the camera's answer, or a problem */
 export function send(keys, values, gesture, done) {
-  if (store.link === 'lost') return;
+  if (store.link === 'lost') {
+    done(null, noAnswer());
+    return;
+  }
   const job = { keys, values, gesture, done };
   const busy = running.get(keys[0]);
   if (busy) busy.next = job;
   else run(job);
 }
 
+const noAnswer = () => new Problem(0, { detail: null, code: 'no_answer' });
 export const isSending = key => running.has(key);
 
 function request({ keys, values, gesture }) {
@@ -50,7 +54,7 @@ async function run(job) {
     else own.changes++;
     takeResults(answer);
   } catch (error) {
-    problem = error instanceof Problem ? error : new Problem(0, { detail: null, code: 'no_answer' });
+    problem = error instanceof Problem ? error : noAnswer();
     // The camera has switched, and this page hears of it only now.
     if (problem.document.code === 'scheme_conflict' && !job.gesture.record && !job.gesture.trial) {
       job.gesture.record = true;

@@ -14,6 +14,7 @@ export const store = {
   groups: [],
   parameters: new Map(), // key -> document, each with the number it came with
   schemes: [],
+  schemesNumber: null,   // the camera's number of them
   link: 'connecting',    // connecting, live, lost
   by: new Map(),         // key -> who changed it last, as far as this page heard
   target: null,          // the scheme that a person chose to change; null: the one in force
@@ -50,6 +51,7 @@ export function takeCamera(document) {
 export function takeSchemes(document) {
   if (!isNews('schemes', document)) return;
   store.schemes = document.schemes;
+  store.schemesNumber = document.sequence;
   tell('schemes');
 }
 
