@@ -48,6 +48,9 @@ public:
 
     int viewers() const;
 
+    /// What pictures are like: as the last one was, before the first one as they are asked for.
+    image_adjust::PictureFormat format() const;
+
     /// Pictures captured since the start, for who measures.
     std::uint64_t captured() const;
 
@@ -59,6 +62,8 @@ private:
     std::thread m_thread;
     image_adjust::PictureSource* m_source = nullptr;
     image_adjust::PictureFormat m_format;
+    int m_width = 0; ///< of the last picture
+    int m_height = 0;
     int m_viewers = 0;
     std::uint64_t m_number = 0;
     Shared m_latest;
