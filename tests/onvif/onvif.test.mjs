@@ -164,6 +164,10 @@ test('who is not known, or may not, is refused', async () => {
     const { status, body: fault } = await camera.ask('<i:Stop xmlns:i="http://www.onvif.org/ver20/imaging/wsdl"><VideoSourceToken>VideoSource0</VideoSourceToken></i:Stop>', { header, from: `127.0.1.${index + 1}` });
     assert.deepEqual([status, codes(fault)], [400, ['s:Sender', 'ter:NotAuthorized']], name);
   }
+  const stranger = await connect('operator', 'wrong').catch(() => undefined);
+  assert.equal(stranger?.activeSource, undefined, 'a client calls itself connected, and has seen nothing');
+  const device = rx.createManagedDeviceInNode({ deviceUrl: `${camera.url}/onvif/imaging_service`, username: 'operator', password: 'wrong' });
+  (await device.api.Imaging.GetStatus('VideoSource0').toPromise()).match({ ok: () => assert.fail(), fail: why => assert.match(why.statusMessage, /password is wrong/) });
   const guess = () => camera.post(camera.envelope('<GetStatus/>', camera.login('operator', { password: crypto.randomUUID() })), { from: '127.0.2.1' });
   let answers = [];
   for (let i = 0; i < 7; i++) answers.push(await guess());
