@@ -45,7 +45,7 @@ void tryInput(const std::string& input) {
     asked.right = asked.wrong = [] {};
     const auto promise = std::make_shared<std::promise<onvif::Answer>>();
     std::future<onvif::Answer> future = promise->get_future();
-    services.handle(asked, [promise](onvif::Answer answer) { promise->set_value(answer); });
+    services.handle(asked, [promise](const onvif::Answer& given) { promise->set_value(given); });
     require(future.wait_for(std::chrono::seconds(15)) == std::future_status::ready,
             "every message is answered");
     const onvif::Answer answer = future.get();

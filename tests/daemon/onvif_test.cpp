@@ -1,3 +1,4 @@
+#include <cstdio>
 #include <ctime>
 
 #include "Daemon.h"
@@ -113,10 +114,11 @@ TEST_F(Daemon, OnvifTellsTheRangesOfTheVeryCamera) {
         {"Gain", "12.4", 10, KEY_FIX_GAIN},
     };
     for (const auto& row : rows) {
-        const std::string name = row.element;
+        char text[100];
+        std::snprintf(text, sizeof text, "<s><Exposure><%s>%s</%s></Exposure></s>", row.element,
+                      row.text, row.element);
         TiXmlDocument document;
-        ASSERT_TRUE(host::parseXml(
-            "<s><Exposure><" + name + '>' + row.text + "</" + name + "></Exposure></s>", document));
+        ASSERT_TRUE(host::parseXml(text, document));
         std::vector<host::Pair> pairs;
         const bool refused =
             onvif::readSettings(driven, *document.RootElement(), pairs).has_value();

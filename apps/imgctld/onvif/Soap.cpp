@@ -2,7 +2,6 @@
 
 #include <tinyxml.h>
 
-
 #include "host/Text.h"
 #include "host/Xml.h"
 
@@ -14,7 +13,7 @@ constexpr const char* kPrefixes[] = {"s", "tt", "tds", "trt", "timg", "ter"};
 
 /// The namespace of an element; empty where its prefix is declared nowhere.
 std::string namespaceUri(const TiXmlElement& element) {
-    const std::string name = element.ValueStr();
+    const std::string& name = element.ValueStr();
     const std::string::size_type colon = name.find(':');
     const std::string declaration =
         colon == std::string::npos ? "xmlns" : "xmlns:" + name.substr(0, colon);
@@ -191,15 +190,16 @@ bool answerDocument(Service service, const std::string& operation, Element answe
 std::string faultDocument(const Fault& fault) {
     static constexpr const char* codes[] = {"Sender", "Receiver", "VersionMismatch",
                                             "MustUnderstand"};
-    std::string inner;
-    for (const char* subcode : {fault.detail, fault.subcode}) {
+    std::string begin;
+    std::string end;
+    for (const char* subcode : {fault.subcode, fault.detail}) {
         if (*subcode != '\0') {
-            inner = std::string("<s:Subcode><s:Value>ter:") + subcode + "</s:Value>" + inner +
-                    "</s:Subcode>";
+            begin += std::string("<s:Subcode><s:Value>ter:") + subcode + "</s:Value>";
+            end += "</s:Subcode>";
         }
     }
     return envelopeBegin() + "<s:Fault><s:Code><s:Value>s:" + codes[static_cast<int>(fault.code)] +
-           "</s:Value>" + inner + "</s:Code><s:Reason><s:Text xml:lang=\"en\">" +
+           "</s:Value>" + begin + end + "</s:Code><s:Reason><s:Text xml:lang=\"en\">" +
            escapedXml(host::printable(fault.reason)) + "</s:Text></s:Reason></s:Fault>" +
            kEnvelopeEnd;
 }
