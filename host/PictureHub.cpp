@@ -31,6 +31,8 @@ void PictureHub::use(image_adjust::PictureSource* source, const image_adjust::Pi
     m_source = source;
     m_format = format;
     m_warmUp = warmUp;
+    m_width = format.width;
+    m_height = format.height;
     m_latest.reset();
     m_problem = source == nullptr ? "this camera has no picture" : "";
     if (source != nullptr) {
@@ -66,6 +68,8 @@ void PictureHub::capture() {
             good = result != image_adjust::PictureSource::Result::Failed;
             if (result == image_adjust::PictureSource::Result::Picture) {
                 m_latest = std::move(picture);
+                m_width = m_latest->width;
+                m_height = m_latest->height;
                 ++m_number;
                 m_problem.clear();
                 m_changed.notify_all();
@@ -112,6 +116,14 @@ PictureHub::Shared PictureHub::Viewer::next(std::chrono::milliseconds atMost,
 bool PictureHub::isWarm() const {
     const std::lock_guard<std::mutex> guard(m_lock);
     return std::chrono::steady_clock::now() - m_began >= m_warmUp;
+}
+
+image_adjust::PictureFormat PictureHub::format() const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    image_adjust::PictureFormat format = m_format;
+    format.width = m_width;
+    format.height = m_height;
+    return format;
 }
 
 int PictureHub::viewers() const {

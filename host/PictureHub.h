@@ -53,6 +53,9 @@ public:
 
     int viewers() const;
 
+    /// What pictures are like: as the last one was, before the first one as they are asked for.
+    image_adjust::PictureFormat format() const;
+
     /// Pictures captured since the start, for who measures.
     std::uint64_t captured() const;
 
@@ -66,6 +69,8 @@ private:
     image_adjust::PictureFormat m_format;
     std::chrono::milliseconds m_warmUp{0};
     std::chrono::steady_clock::time_point m_began; ///< the capture
+    int m_width = 0;                               ///< of the last picture
+    int m_height = 0;
     int m_viewers = 0;
     std::uint64_t m_number = 0;
     Shared m_latest;

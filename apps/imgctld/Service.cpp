@@ -9,6 +9,7 @@
 #include "host/Camera.h"
 #include "host/Text.h"
 #include "host/api/Json.h"
+#include "onvif/Services.h"
 
 namespace imgctld {
 
@@ -18,7 +19,6 @@ namespace {
 
 constexpr char kApi[] = "/api/v1";
 constexpr auto kTimeEvery = std::chrono::seconds(10);
-constexpr auto kSaveEvery = std::chrono::seconds(2);
 
 MonotonicTime now() {
     return std::chrono::steady_clock::now();
@@ -87,8 +87,19 @@ struct Target {
     std::string methods; ///< that the path has, when not found
 };
 
-Target targetOf(const http::Request& request) {
+Target targetOf(const http::Request& request, bool onvif) {
     Target target;
+    const OnvifPath recorder = onvif ? onvifPath(request) : OnvifPath::None;
+    if (recorder != OnvifPath::None) {
+        const bool service = recorder == OnvifPath::Service;
+        target.methods = service ? "POST" : "GET";
+        target.found = takes(request.method, target.methods.c_str());
+        target.open = service; // who sends it stands in the message
+        target.needs = access_control::Role::Viewer;
+        target.mostBody = onvif::kMostBody;
+        target.bodyType = onvif::kType;
+        return target;
+    }
     if (const OwnRoute* const own = findOwn(request.method, request.path, target.methods)) {
         target.found = true;
         target.open = own->open;
@@ -154,6 +165,9 @@ Service::Service(host::Camera& camera, ServiceOptions options)
       m_api(camera),
       m_pictures(camera.pictures(), m_streams),
       m_events(camera, m_streams),
+      m_onvif(m_options.onvif
+                  ? std::make_unique<onvif::Services>(camera, [this] { return maySave(); })
+                  : nullptr),
       m_certificateExpires(m_options.certificateExpires),
       m_accounts(std::make_shared<const access_control::Accounts>()) {}
 
@@ -178,6 +192,9 @@ Identity Service::identify(const http::Request& request) {
     if (request.local) {
         const bool own = request.uid == getuid() || request.uid == 0;
         return {std::string(), "local", own ? Role::Administrator : Role::Monitor, own, false};
+    }
+    if (m_onvif != nullptr && onvifPath(request) == OnvifPath::Picture) {
+        return identifyPlayer(request);
     }
     if (!loginNeeded()) {
         return {std::string(), "open:" + clientAddress(request, m_options.names),
@@ -228,7 +245,7 @@ http::Response Service::refusalOf(const http::Request& request, const Identity& 
 }
 
 bool Service::head(const http::Request& request, std::size_t& mostBody, http::Response& refusal) {
-    const Target target = targetOf(request);
+    const Target target = targetOf(request, m_onvif != nullptr);
     const HeadProblem wrong = checkHead(request, m_options.names, target.bodyType);
     if (wrong.status != 0) {
         refusal = refuse(wrong.status, "bad_request", wrong.text);
@@ -294,15 +311,17 @@ void Service::handle(Shared exchange) {
         exchange->known();
     }
     // A body takes its time to come; meanwhile whoever sends it may have been put out.
-    const Target target = targetOf(request);
+    const Target target = targetOf(request, m_onvif != nullptr);
     if (!target.open && !may(who, target.needs)) {
         answer(exchange, refusalOf(request, who, target.needs));
         return;
     }
     const std::string& path = request.path;
-    if (path == "/picture.jpg") {
-        picture(exchange);
-    } else if (path == "/video.mjpg") {
+    if (target.bodyType == onvif::kType && target.open) {
+        handleOnvif(exchange);
+    } else if (path == "/picture.jpg" || path == "/onvif/snapshot.jpg") {
+        picture(exchange, who);
+    } else if (path == "/video.mjpg" || path == "/onvif/video.mjpg") {
         video(exchange, who);
     } else if (path == "/metrics") {
         metrics(exchange);
@@ -343,15 +362,9 @@ void Service::handleApi(const Shared& exchange, const Identity& who, const std::
         return tokens(exchange, who, path);
     }
     // Flash wears out. Who is at the machine itself can write it anyway.
-    if (!request.local && writesFlash(request, path)) {
-        const MonotonicTime at = now();
-        std::unique_lock<std::mutex> guard(m_lock);
-        if (m_lastSave && at - *m_lastSave < kSaveEvery) {
-            guard.unlock();
-            answer(exchange, refuse(429, "too_many", "It was saved just now.", 2));
-            return;
-        }
-        m_lastSave = at;
+    if (!request.local && writesFlash(request, path) && !maySave()) {
+        answer(exchange, refuse(429, "too_many", "It was saved just now.", 2));
+        return;
     }
     host::api::Request asked;
     asked.method = request.method;
@@ -427,6 +440,9 @@ void Service::tick() {
         m_usersStamp = stamp; // said once
     }
     const auto known = accounts();
+    if (m_onvif != nullptr) {
+        m_onvif->tick();
+    }
     for (const std::string& ended : m_sessions.revise(*known, at)) {
         m_streams.endOf(ended);
     }

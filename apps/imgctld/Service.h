@@ -16,6 +16,9 @@
 namespace host {
 class Camera;
 }
+namespace onvif {
+class Services;
+}
 
 namespace imgctld {
 
@@ -24,6 +27,7 @@ struct ServiceOptions {
     OwnNames names;
     std::string usersFile;   ///< empty: nobody logs in
     bool noLogin = false;    ///< everybody who reaches it may do everything
+    bool onvif = false;      ///< answer ONVIF's clients too
     bool pictureOpen = true; ///< the picture may be seen without a login where none is needed
     std::size_t mostVideos = 16;
     std::size_t mostVideosOfSession = 4;
@@ -75,12 +79,17 @@ private:
     void tokens(const Shared& exchange, const Identity& who, const std::string& path);
     void events(const Shared& exchange, const Identity& who);
     void video(const Shared& exchange, const Identity& who);
-    void picture(const Shared& exchange);
+    void picture(const Shared& exchange, const Identity& who);
     /// The pictures that a request asks for: as they are, or as a scheme would make them.
     /// @param refusal  receives the answer where there are none for this request
-    Pictures* picturesFor(const http::Request& request, http::Response& refusal);
+    Pictures* picturesFor(const http::Request& request, const Identity& who,
+                          http::Response& refusal);
     void metrics(const Shared& exchange);
     void health(const Shared& exchange);
+    void handleOnvif(const Shared& exchange);
+    Identity identifyPlayer(const http::Request& request) const;
+    /// Whether the flash may be written just now; true counts as done.
+    bool maySave();
     bool pageFile(const Shared& exchange, const std::string& path);
 
     void answer(const Shared& exchange, http::Response response);
@@ -106,6 +115,7 @@ private:
     Sessions m_sessions;
     GuessLimit m_guesses;
     SlowWork m_slow;
+    const std::unique_ptr<onvif::Services> m_onvif; ///< null: not served
     std::function<std::size_t()> m_connections;
     std::atomic<long long> m_certificateExpires;
 
@@ -132,6 +142,12 @@ private:
 /// @param retryAfter  seconds; 0: not told
 http::Response refuse(unsigned int status, const char* code, const std::string& detail,
                       int retryAfter = 0);
+
+constexpr auto kSaveEvery = std::chrono::seconds(2); ///< flash wears out
+
+/// What an address of the ONVIF services is for.
+enum class OnvifPath { None, Service, Picture };
+OnvifPath onvifPath(const http::Request& request);
 
 /// A path that is the service's own; all others of the API are the camera's.
 struct OwnRoute {

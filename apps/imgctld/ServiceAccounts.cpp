@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <ctime>
 
 #include "Service.h"
@@ -102,6 +103,15 @@ bool Service::readUsers(std::string& wrong) {
         const Token* const now = fresh->token(token.name);
         if (now == nullptr || now->digest != token.digest || now->role != token.role) {
             m_streams.endOf("token:" + token.name);
+        }
+    }
+    for (const access_control::OnvifUser& user : before->onvif) {
+        const bool stays =
+            std::any_of(fresh->onvif.begin(), fresh->onvif.end(), [&user](const auto& now) {
+                return now.name == user.name && now.password == user.password;
+            });
+        if (!stays) {
+            m_streams.endOf("onvif:" + user.name);
         }
     }
     if (firstUser) {

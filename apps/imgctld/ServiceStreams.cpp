@@ -45,8 +45,10 @@ void Service::attach(unsigned long number, const http::Exchange& exchange,
     }
 }
 
-Pictures* Service::picturesFor(const http::Request& request, http::Response& refusal) {
-    if (!m_options.pictureOpen && !loginNeeded() && !request.local) {
+Pictures* Service::picturesFor(const http::Request& request, const Identity& who,
+                               http::Response& refusal) {
+    const bool anybody = !loginNeeded() && !request.local && !who.byToken;
+    if (!m_options.pictureOpen && anybody) {
         refusal =
             refuse(403, "not_allowed", "A real camera's picture needs a user, or --no-login.");
         return nullptr;
@@ -80,7 +82,7 @@ Pictures* Service::picturesFor(const http::Request& request, http::Response& ref
 void Service::video(const Shared& exchange, const Identity& who) {
     const http::Request& request = exchange->request();
     http::Response refusal;
-    Pictures* const pictures = picturesFor(request, refusal);
+    Pictures* const pictures = picturesFor(request, who, refusal);
     if (pictures == nullptr) {
         return answer(exchange, refusal);
     }
@@ -105,9 +107,9 @@ void Service::video(const Shared& exchange, const Identity& who) {
     attach(number, *exchange, exchange->stream(std::move(response), pictures->video(), options));
 }
 
-void Service::picture(const Shared& exchange) {
+void Service::picture(const Shared& exchange, const Identity& who) {
     http::Response refusal;
-    Pictures* const pictures = picturesFor(exchange->request(), refusal);
+    Pictures* const pictures = picturesFor(exchange->request(), who, refusal);
     if (pictures == nullptr) {
         return answer(exchange, refusal);
     }

@@ -31,6 +31,7 @@ struct Arguments {
     std::string key;
     bool insecureHttp = false;
     bool noLogin = false;
+    bool onvif = false;
     std::vector<std::string> names;
     std::vector<std::string> proxies;
     std::string publicUrl;
@@ -72,6 +73,9 @@ std::vector<host::CommandLineOption> commandLine(Arguments& to) {
           }},
          {"--no-login", "", "", "everybody on this machine may do everything, and see the picture",
           takeFlag(to.noLogin)},
+         {"--onvif", "", "",
+          "answer recorders that speak ONVIF too; their users are made by imgctl onvif",
+          takeFlag(to.onvif)},
          {"--videos", "N", "1 .. 100", "how many may watch at a time (default 16)",
           host::takeNumber(1, 100, to.videos)},
          {"--help", "", "", "show this help", takeFlag(to.help)},
@@ -105,6 +109,9 @@ std::string hostOf(const std::string& url) {
 /// @return what is wrong and what to do; empty: nothing
 std::string refusal(const Arguments& arguments, const std::string& address,
                     const access_control::Accounts& accounts) {
+    if (arguments.onvif && accounts.onvif.empty()) {
+        return "--onvif needs somebody to log in: 'imgctl onvif add NAME'";
+    }
     if (isLoopback(address)) {
         return arguments.noLogin || accounts.users.empty() || accounts.hasAdministrator()
                    ? std::string()
@@ -243,6 +250,7 @@ private:
         options.names.openToAll = m_arguments.noLogin || accounts.users.empty();
         options.usersFile = m_arguments.users;
         options.noLogin = m_arguments.noLogin;
+        options.onvif = m_arguments.onvif;
         options.pictureOpen = m_arguments.noLogin || m_arguments.device.camera.layer == "simulator";
         options.mostVideos = static_cast<std::size_t>(m_arguments.videos);
         options.mostVideosOfSession = options.mostVideos > 16 ? options.mostVideos : 4;

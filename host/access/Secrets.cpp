@@ -1,7 +1,9 @@
 #include "Secrets.h"
 
 #include <crypt.h>
+#include <nettle/base64.h>
 #include <nettle/memops.h>
+#include <nettle/sha1.h>
 #include <nettle/sha2.h>
 #include <sys/random.h>
 
@@ -62,6 +64,35 @@ std::string sha256(const std::string& text) {
     unsigned char digest[SHA256_DIGEST_SIZE];
     sha256_digest(&context, sizeof digest, digest);
     return hex(digest, sizeof digest);
+}
+
+std::string sha1Base64(const std::string& bytes) {
+    sha1_ctx context;
+    sha1_init(&context);
+    sha1_update(&context, bytes.size(), reinterpret_cast<const unsigned char*>(bytes.data()));
+    unsigned char digest[SHA1_DIGEST_SIZE];
+    sha1_digest(&context, sizeof digest, digest);
+    return base64({reinterpret_cast<const char*>(digest), sizeof digest});
+}
+
+std::string base64(const std::string& bytes) {
+    std::string text(BASE64_ENCODE_RAW_LENGTH(bytes.size()), '\0');
+    base64_encode_raw(&text[0], bytes.size(), reinterpret_cast<const unsigned char*>(bytes.data()));
+    return text;
+}
+
+bool fromBase64(const std::string& text, std::string& bytes) {
+    bytes.assign(BASE64_DECODE_LENGTH(text.size()) + 1, '\0');
+    std::size_t length = bytes.size();
+    base64_decode_ctx context;
+    base64_decode_init(&context);
+    if (base64_decode_update(&context, &length, reinterpret_cast<unsigned char*>(&bytes[0]),
+                             text.size(), text.c_str()) != 1 ||
+        base64_decode_final(&context) != 1) {
+        return false;
+    }
+    bytes.resize(length);
+    return true;
 }
 
 bool hashPassword(const std::string& password, std::string& hash, std::string& problem) {

@@ -9,6 +9,15 @@ namespace access_control::secrets {
 /// The SHA-256 of a text, in hexadecimal digits.
 std::string sha256(const std::string& text);
 
+/// The SHA-1 of bytes, in base64. For protocols that know no other; secrets are kept by better ones.
+std::string sha1Base64(const std::string& bytes);
+
+std::string base64(const std::string& bytes);
+
+/// @param bytes  receives what a text in base64 stands for
+/// @return false when it is none
+bool fromBase64(const std::string& text, std::string& bytes);
+
 /// Hashes a new password with yescrypt. @return false when the machine cannot, with the problem
 bool hashPassword(const std::string& password, std::string& hash, std::string& problem);
 

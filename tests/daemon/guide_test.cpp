@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <fstream>
 
 #include "Daemon.h"
@@ -36,6 +38,40 @@ TEST_F(Daemon, TheGuidesDayWorks) {
     EXPECT_EQ(runProgram("bash", file, output), 0)
         << output.substr(output.size() > 3000 ? output.size() - 3000 : 0);
     EXPECT_NE(output.find("event: hello"), std::string::npos);
+}
+
+/// The chapter on ONVIF, with a service of its own: its commands one by one, as they stand.
+TEST_F(Daemon, TheGuidesOnvifWorks) {
+    std::string problem;
+    const int probe = http::listenTcp("127.0.0.1", 0, problem);
+    const std::string free = ":" + std::to_string(http::portOf(probe));
+    close(probe);
+    std::ifstream guide(IMGCTL_SOURCE_DIR "/docs/guide.md");
+    std::string script;
+    bool chapter = false;
+    for (std::string line; std::getline(guide, line);) {
+        chapter =
+            line.compare(0, 3, "## ") == 0 ? line.find("ONVIF") != std::string::npos : chapter;
+        const std::string::size_type at = line.find(":8080");
+        if (at != std::string::npos) {
+            line.replace(at, 5, free);
+        }
+        if (chapter && line.compare(0, 8, "    bin=") == 0) {
+            line = "    bin=" + std::string(IMGCTLD).substr(0, std::string(IMGCTLD).rfind('/')) +
+                   " tree=" + root;
+        }
+        if (chapter && line.compare(0, 4, "    ") == 0) {
+            script += line.substr(4) + "\n";
+        }
+    }
+    std::ofstream(root + "/chapter.sh")
+        << "set -e; trap 'kill $(jobs -p) || true' EXIT; cd " << root << "\n"
+        << script;
+    std::string output;
+    EXPECT_EQ(runProgram("bash", root + "/chapter.sh", output), 0) << output;
+    EXPECT_NE(output.find("<tt:Brightness>60</tt:Brightness>"), std::string::npos) << output;
+    std::ifstream picture(root + "/picture.jpg");
+    EXPECT_EQ(picture.get(), 0xFF);
 }
 
 } // namespace
