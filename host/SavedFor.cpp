@@ -62,7 +62,8 @@ std::shared_ptr<const Catalogue> controlsOf(const std::string& style) {
 /// What the controls of a style take.
 std::string rangesOfStyle(const std::string& text) {
     std::string list;
-    for (const Parameter& parameter : controlsOf(text)->parameters) {
+    const std::shared_ptr<const Catalogue> controls = controlsOf(text);
+    for (const Parameter& parameter : controls->parameters) {
         list += parameter.shortName + " " +
                 (parameter.style ? parameter.style->text() : std::string()) + "\n";
     }
