@@ -197,6 +197,9 @@ for most in 120 98 255; do # another scheme has 99
         [ $most = 98 ] && echo '1 *: contrast is saved as 99, this style takes 0..98; --convert *' ||
             echo '0 get (2353,12);')"
 done
+# What the sensor takes beyond its style is nobody else's
+run main -c 'set max_shutter=39 --save'
+run main get max_shutter; expect 'beyond the style' "$status $(oneline "$work/answers")" '0 get (49,39);'
 cp -r "$work/main" "$work/broken"
 rm "$work/broken/hd1/moduleConfig/sensorConfig/language/1/common.xml"
 run broken get contrast; expect 'missing' "$status $(<"$work/err")" '0 imgctl: /*/broken/hd1/*/1/common.xml is missing*'

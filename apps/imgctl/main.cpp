@@ -139,7 +139,8 @@ Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
     if (problem) {
         return fail(problem.text);
     }
-    for (const std::string& found : camera.snapshot()->problems) {
+    const std::shared_ptr<const host::Snapshot> first = camera.snapshot();
+    for (const std::string& found : first->problems) {
         imgctl::printError(found);
     }
     const std::unique_ptr<imgctl::Client> client = imgctl::clientOf(camera);
