@@ -294,6 +294,7 @@ Status token(const std::string& file, const Arguments& arguments) {
     return status;
 }
 
+#ifdef IMGCTL_TLS
 Status tls(const Arguments& arguments) {
     if (arguments.word(1) != "new" || arguments.words.size() != 2) {
         return refuse(Status::usage, "imgctl tls new; see --help");
@@ -317,6 +318,11 @@ Status tls(const Arguments& arguments) {
               fingerprint);
     return Status::done;
 }
+#else
+Status tls(const Arguments& /*arguments*/) {
+    return refuse(Status::failed, "this imgctl is built without encryption");
+}
+#endif
 
 } // namespace
 

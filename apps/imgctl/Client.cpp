@@ -58,16 +58,4 @@ std::unique_ptr<Client> clientOf(host::Camera& camera) {
     return std::make_unique<OwnCamera>(camera);
 }
 
-#ifndef IMGCTL_REMOTE
-std::unique_ptr<Client> clientOf(const Remote& /*remote*/, std::string& problem) {
-    problem = "this imgctl is built to ask the camera of its own machine alone";
-    return nullptr;
-}
-
-bool readToken(const std::string& /*file*/, std::string& token, std::string& /*problem*/) {
-    token.clear();
-    return true;
-}
-#endif
-
 } // namespace imgctl

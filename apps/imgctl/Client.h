@@ -52,11 +52,13 @@ private:
 /// The camera of this process, which must outlive the client.
 std::unique_ptr<Client> clientOf(host::Camera& camera);
 
+/// The camera of a daemon on this machine, asked by its Unix socket.
+std::unique_ptr<Client> clientOf(const std::string& socket);
+
 /// How a camera elsewhere is reached.
 struct Remote {
-    std::string url;    ///< "https://cam.example:8443"; of a socket: empty
-    std::string socket; ///< the Unix socket of a daemon on this machine
-    std::string token;  ///< empty: none
+    std::string url;   ///< "https://cam.example:8443"
+    std::string token; ///< empty: none
     std::string
         fingerprint; ///< SHA-256 of the certificate in hex, which then counts alone; may be empty
 };

@@ -99,9 +99,6 @@ protected:
         set(CURLOPT_TIMEOUT, kMostSeconds);
         set(CURLOPT_WRITEFUNCTION, &receive);
         set(CURLOPT_WRITEDATA, static_cast<void*>(&body));
-        if (!m_remote.socket.empty()) {
-            set(CURLOPT_UNIX_SOCKET_PATH, m_remote.socket.c_str());
-        }
         if (sends) {
             set(CURLOPT_POSTFIELDSIZE, static_cast<long>(request.body.size()));
             set(CURLOPT_POSTFIELDS, request.body.c_str());
@@ -155,8 +152,7 @@ private:
     }
 
     std::string urlOf(const host::api::Request& request) const {
-        std::string url = m_remote.socket.empty() ? m_remote.url : "http://localhost";
-        url += "/api/v1";
+        std::string url = m_remote.url + "/api/v1";
         std::string part;
         for (const char c : request.path + "/") {
             if (c != '/') {
@@ -183,7 +179,7 @@ private:
     }
 
     std::string problemOf(CURLcode result, const char* error) const {
-        const std::string where = m_remote.socket.empty() ? m_remote.url : "the daemon";
+        const std::string& where = m_remote.url;
         if (!m_remote.fingerprint.empty() && m_shown != m_remote.fingerprint &&
             (result == CURLE_ABORTED_BY_CALLBACK)) {
             return where + " shows another certificate: SHA-256 " +
@@ -202,27 +198,25 @@ private:
 
 std::unique_ptr<Client> clientOf(const Remote& remote, std::string& problem) {
     Remote to = remote;
-    if (to.socket.empty()) {
-        while (!to.url.empty() && to.url.back() == '/') {
-            to.url.pop_back();
-        }
-        const std::size_t name = to.url.find("://");
-        const std::string scheme = to.url.substr(0, name == std::string::npos ? 0 : name);
-        if (scheme != "http" && scheme != "https") {
-            problem = "--connect: " + host::quoted(to.url) +
-                      " is no address; allowed: http://NAME[:PORT] or https://NAME[:PORT]";
-            return nullptr;
-        }
-        if (to.url.find_first_of("@?#", name) != std::string::npos) {
-            problem =
-                "--connect: an address holds no name, no password and no question; give a token "
-                "with --token-file FILE or in IMGCTL_TOKEN";
-            return nullptr;
-        }
-        if (!to.fingerprint.empty() && scheme != "https") {
-            problem = "--certificate: only https shows a certificate";
-            return nullptr;
-        }
+    while (!to.url.empty() && to.url.back() == '/') {
+        to.url.pop_back();
+    }
+    const std::size_t name = to.url.find("://");
+    const std::string scheme = to.url.substr(0, name == std::string::npos ? 0 : name);
+    if (scheme != "http" && scheme != "https") {
+        problem = "--connect: " + host::quoted(to.url) +
+                  " is no address; allowed: http://NAME[:PORT] or https://NAME[:PORT]";
+        return nullptr;
+    }
+    if (to.url.find_first_of("@?#", name) != std::string::npos) {
+        problem =
+            "--connect: an address holds no name, no password and no question; give a token "
+            "with --token-file FILE or in IMGCTL_TOKEN";
+        return nullptr;
+    }
+    if (!to.fingerprint.empty() && scheme != "https") {
+        problem = "--certificate: only https shows a certificate";
+        return nullptr;
     }
     return std::make_unique<Elsewhere>(std::move(to));
 }
