@@ -329,6 +329,7 @@ Status onvif(const std::string& file, const Arguments& arguments) {
     return status;
 }
 
+#ifdef IMGCTL_TLS
 Status tls(const Arguments& arguments) {
     if (arguments.word(1) != "new" || arguments.words.size() != 2) {
         return refuse(Status::usage, "imgctl tls new; see --help");
@@ -352,6 +353,11 @@ Status tls(const Arguments& arguments) {
               fingerprint);
     return Status::done;
 }
+#else
+Status tls(const Arguments& /*arguments*/) {
+    return refuse(Status::failed, "this imgctl is built without encryption");
+}
+#endif
 
 } // namespace
 

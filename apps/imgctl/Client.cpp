@@ -47,6 +47,24 @@ private:
 
 } // namespace
 
+std::string Client::picture(std::string& problem) {
+    host::api::Request request;
+    request.method = "GET";
+    request.path = kPicture;
+    host::api::Response response;
+    if (!send(request, response, problem)) {
+        return std::string();
+    }
+    if (response.status != 200) {
+        const Json why = Json::parse(*response.body, nullptr, false);
+        problem = why.is_object() && why.contains("detail") && why["detail"].is_string()
+                      ? why["detail"].get<std::string>()
+                      : "it answered with status " + std::to_string(response.status);
+        return std::string();
+    }
+    return *response.body;
+}
+
 Answer Client::ask(const std::string& method, const std::string& path, const Query& query,
                    const std::string& body) {
     host::api::Request request;
@@ -84,17 +102,5 @@ Answer Client::ask(const std::string& method, const std::string& path, const Que
 std::unique_ptr<Client> clientOf(host::Camera& camera) {
     return std::make_unique<OwnCamera>(camera);
 }
-
-#ifndef IMGCTL_REMOTE
-std::unique_ptr<Client> clientOf(const Remote& /*remote*/, std::string& problem) {
-    problem = "this imgctl is built to ask the camera of its own machine alone";
-    return nullptr;
-}
-
-bool readToken(const std::string& /*file*/, std::string& token, std::string& /*problem*/) {
-    token.clear();
-    return true;
-}
-#endif
 
 } // namespace imgctl

@@ -11,6 +11,8 @@
 namespace imgctl {
 
 using host::api::Json;
+constexpr char kPicture[] = "/picture.jpg"; ///< stands beside the API
+
 using Query = std::vector<std::pair<std::string, std::string>>;
 
 /// What a camera answered, or why it did not.
@@ -38,7 +40,7 @@ public:
                const std::string& body = {});
 
     /// Asks for what the camera sees. @return a JPEG file; "" with the problem
-    virtual std::string picture(std::string& problem) = 0;
+    virtual std::string picture(std::string& problem);
 
     /// The language of labels, for all further requests.
     void useLanguage(int language) { m_language = language; }
@@ -55,11 +57,13 @@ private:
 /// The camera of this process, which must outlive the client.
 std::unique_ptr<Client> clientOf(host::Camera& camera);
 
+/// The camera of a daemon on this machine, asked by its Unix socket.
+std::unique_ptr<Client> clientOf(const std::string& socket);
+
 /// How a camera elsewhere is reached.
 struct Remote {
-    std::string url;    ///< "https://cam.example:8443"; of a socket: empty
-    std::string socket; ///< the Unix socket of a daemon on this machine
-    std::string token;  ///< empty: none
+    std::string url;   ///< "https://cam.example:8443"
+    std::string token; ///< empty: none
     std::string
         fingerprint; ///< SHA-256 of the certificate in hex, which then counts alone; may be empty
 };

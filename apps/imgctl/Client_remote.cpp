@@ -15,7 +15,6 @@ namespace {
 
 constexpr std::size_t kMostAnswer = 16UL << 20;
 constexpr long kMostSeconds = 60;
-const char kPicture[] = "/picture.jpg"; ///< stands beside the API
 
 std::size_t receive(char* data, std::size_t size, std::size_t count, void* target) {
     std::string& text = *static_cast<std::string*>(target);
@@ -65,24 +64,6 @@ public:
     }
     ~Elsewhere() override { curl_easy_cleanup(m_curl); }
 
-    std::string picture(std::string& problem) override {
-        host::api::Request request;
-        request.method = "GET";
-        request.path = kPicture;
-        host::api::Response response;
-        if (!send(request, response, problem)) {
-            return std::string();
-        }
-        if (response.status != 200) {
-            const Json why = Json::parse(*response.body, nullptr, false);
-            problem = why.is_object() && why.contains("detail") && why["detail"].is_string()
-                          ? why["detail"].get<std::string>()
-                          : "it answered with status " + std::to_string(response.status);
-            return std::string();
-        }
-        return *response.body;
-    }
-
 protected:
     bool send(const host::api::Request& request, host::api::Response& response,
               std::string& problem) override {
@@ -118,9 +99,6 @@ protected:
         set(CURLOPT_TIMEOUT, kMostSeconds);
         set(CURLOPT_WRITEFUNCTION, &receive);
         set(CURLOPT_WRITEDATA, static_cast<void*>(&body));
-        if (!m_remote.socket.empty()) {
-            set(CURLOPT_UNIX_SOCKET_PATH, m_remote.socket.c_str());
-        }
         if (sends) {
             set(CURLOPT_POSTFIELDSIZE, static_cast<long>(request.body.size()));
             set(CURLOPT_POSTFIELDS, request.body.c_str());
@@ -174,7 +152,7 @@ private:
     }
 
     std::string urlOf(const host::api::Request& request) const {
-        std::string url = m_remote.socket.empty() ? m_remote.url : "http://localhost";
+        std::string url = m_remote.url;
         url += request.path == kPicture ? "" : "/api/v1";
         std::string part;
         for (const char c : request.path + "/") {
@@ -202,7 +180,7 @@ private:
     }
 
     std::string problemOf(CURLcode result, const char* error) const {
-        const std::string where = m_remote.socket.empty() ? m_remote.url : "the daemon";
+        const std::string& where = m_remote.url;
         if (!m_remote.fingerprint.empty() && m_shown != m_remote.fingerprint &&
             (result == CURLE_ABORTED_BY_CALLBACK)) {
             return where + " shows another certificate: SHA-256 " +
@@ -221,27 +199,25 @@ private:
 
 std::unique_ptr<Client> clientOf(const Remote& remote, std::string& problem) {
     Remote to = remote;
-    if (to.socket.empty()) {
-        while (!to.url.empty() && to.url.back() == '/') {
-            to.url.pop_back();
-        }
-        const std::size_t name = to.url.find("://");
-        const std::string scheme = to.url.substr(0, name == std::string::npos ? 0 : name);
-        if (scheme != "http" && scheme != "https") {
-            problem = "--connect: " + host::quoted(to.url) +
-                      " is no address; allowed: http://NAME[:PORT] or https://NAME[:PORT]";
-            return nullptr;
-        }
-        if (to.url.find_first_of("@?#", name) != std::string::npos) {
-            problem =
-                "--connect: an address holds no name, no password and no question; give a token "
-                "with --token-file FILE or in IMGCTL_TOKEN";
-            return nullptr;
-        }
-        if (!to.fingerprint.empty() && scheme != "https") {
-            problem = "--certificate: only https shows a certificate";
-            return nullptr;
-        }
+    while (!to.url.empty() && to.url.back() == '/') {
+        to.url.pop_back();
+    }
+    const std::size_t name = to.url.find("://");
+    const std::string scheme = to.url.substr(0, name == std::string::npos ? 0 : name);
+    if (scheme != "http" && scheme != "https") {
+        problem = "--connect: " + host::quoted(to.url) +
+                  " is no address; allowed: http://NAME[:PORT] or https://NAME[:PORT]";
+        return nullptr;
+    }
+    if (to.url.find_first_of("@?#", name) != std::string::npos) {
+        problem =
+            "--connect: an address holds no name, no password and no question; give a token "
+            "with --token-file FILE or in IMGCTL_TOKEN";
+        return nullptr;
+    }
+    if (!to.fingerprint.empty() && scheme != "https") {
+        problem = "--certificate: only https shows a certificate";
+        return nullptr;
     }
     return std::make_unique<Elsewhere>(std::move(to));
 }

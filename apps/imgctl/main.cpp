@@ -105,15 +105,9 @@ Status runCommands(const imgctl::Target& target, const imgctl::Options& options,
     return worst;
 }
 
-Status runElsewhere(const imgctl::Options& options, const imgctl::Remote& remote, FILE* terminal) {
-    std::string problem;
-    const std::unique_ptr<imgctl::Client> client = imgctl::clientOf(remote, problem);
-    if (client == nullptr) {
-        imgctl::printError(problem);
-        return Status::usage;
-    }
-    client->useLanguage(options.language);
-    return runCommands({*client, nullptr, options.json}, options, terminal);
+Status runElsewhere(const imgctl::Options& options, imgctl::Client& client, FILE* terminal) {
+    client.useLanguage(options.language);
+    return runCommands({client, nullptr, options.json}, options, terminal);
 }
 
 Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
@@ -132,9 +126,7 @@ Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
     host::Camera camera;
     const host::StartProblem problem = camera.start(asked);
     if (problem.kind == host::StartProblem::Kind::Owned && problem.ownerProgram == "imgctld") {
-        imgctl::Remote daemon;
-        daemon.socket = asked.device + "/imgctld.sock";
-        return runElsewhere(options, daemon, terminal);
+        return runElsewhere(options, *imgctl::clientOf(asked.device + "/imgctld.sock"), terminal);
     }
     if (problem) {
         return fail(problem.text);
@@ -181,9 +173,15 @@ Status runAsked(const imgctl::Options& options) {
     remote.url = options.connect;
     remote.fingerprint = options.fingerprint;
     std::string problem;
-    return imgctl::readToken(options.tokenFile, remote.token, problem)
-               ? runElsewhere(options, remote, terminal)
-               : fail(problem);
+    if (!imgctl::readToken(options.tokenFile, remote.token, problem)) {
+        return fail(problem);
+    }
+    const std::unique_ptr<imgctl::Client> client = imgctl::clientOf(remote, problem);
+    if (client == nullptr) {
+        imgctl::printError(problem);
+        return Status::usage;
+    }
+    return runElsewhere(options, *client, terminal);
 }
 
 Status runHost(int argc, char** argv) {
