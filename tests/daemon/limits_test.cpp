@@ -202,7 +202,7 @@ TEST_F(Daemon, EightLoginsWaitAndTheNextIsToldWhen) {
         ++answers[answer.status];
         EXPECT_EQ(answer.header("retry-after").empty(), answer.status == 401);
     }
-    EXPECT_GE(answers[401], 9);
+    EXPECT_GE(answers[401], 8); // and the one at work, if it was that quick
     EXPECT_GE(answers[503], 1);
     EXPECT_EQ(answers[401] + answers[503], 60);
 }
