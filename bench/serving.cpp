@@ -1,5 +1,5 @@
-// Prints what serving a camera costs, beside a service on the same library that does nothing:
-// imgctl_serving_bench.
+// Prints what serving a camera costs, beside a service on the same library that does
+// nothing: imgctl_serving_bench.
 
 #include <fcntl.h>
 #include <poll.h>

@@ -25,12 +25,13 @@ struct CameraTree {
     std::string madeFor; ///< the camera's name, where the tree was made by this call; else empty
 };
 
-/// The device tree that the options ask for: the one that they name, else defaultDeviceTree(), else,
-/// of an installed program, one in the user's state folder, made from the sample. A Linux camera
-/// without a named one has one of its own there, by its identity, so that it finds its settings again
-/// at whichever node it is. One without a serial number that has moved to another port takes the
-/// tree of its model whose port is empty now, where there is exactly one. What stands in the state
-/// folder is made where it is missing; a tree that is named only with CameraOptions::makeDevice.
+/// The device tree that the options ask for: the one that they name, else defaultDeviceTree(),
+/// else, of an installed program, one in the user's state folder, made from the sample. A Linux
+/// camera without a named one has one of its own there, by its identity, so that it finds its
+/// settings again at whichever node it is. One without a serial number that has moved to another
+/// port takes the tree of its model whose port is empty now, where there is exactly one. What
+/// stands in the state folder is made where it is missing; a tree that is named is made only where
+/// CameraOptions::makeDevice says so.
 ///
 /// The folder also remembers which camera was last given by which name, so that one that is away,
 /// or at another node now, is known.

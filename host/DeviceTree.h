@@ -12,8 +12,8 @@ std::string defaultDeviceTree();
 /// Whether a folder is one.
 bool isDeviceTree(const std::string& directory);
 
-/// Makes a folder the device's "/", and adds the folders of a camera's flash that are missing in
-/// it.
+/// Makes a folder the device's "/", and adds the folders of a camera's
+/// flash that are missing in it.
 /// @param problem  receives what is wrong and how to make a device tree
 bool openDeviceTree(const std::string& directory, std::string& problem);
 

@@ -111,8 +111,8 @@ struct SetWindows {
     /// The snapshot that the windows were seen in; a change of any window since is Reason::Newer.
     /// None: whatever they were.
     std::optional<std::uint64_t> seen = {};
-    /// For one window across midnight: the scheme that gets the time after midnight, and the values of
-    /// the first one.
+    /// For one window across midnight: the scheme that gets the time after midnight, and the
+    /// values of the first one.
     std::optional<int> with = {};
 };
 

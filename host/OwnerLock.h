@@ -37,8 +37,8 @@ private:
 /// The lock file of a device tree.
 std::string treeLockPath(const std::string& tree);
 
-/// The lock file of a camera, by its identity, which it keeps wherever it is plugged in: in a folder
-/// that this user may write to.
+/// The lock file of a camera, by its identity, which it keeps wherever it is plugged in: in a
+/// folder that this user may write to.
 std::string cameraLockPath(const std::string& identity);
 
 } // namespace host

@@ -13,9 +13,10 @@ namespace host {
 /// A camera by what decides which keys its schemes have, as text.
 std::string identityOf(int deviceType, int module, const std::string& detail);
 
-/// What differs from the camera that the saved schemes belong to, as a part of a sentence: "they were
-/// saved for device type 1, this is device type 4"; "" where nothing does, or nothing is saved. A style
-/// is another one by its keys, or by its ranges where a saved value is outside of them.
+/// What differs from the camera that the saved schemes belong to, as a part of a sentence:
+/// "they were saved for device type 1, this is device type 4"; "" where nothing does, or
+/// nothing is saved. A style is another one by its keys, or by its ranges where a saved
+/// value is outside of them.
 std::string savedForOther(const std::string& identity, int deviceType);
 
 /// Keeps the identity. Where it cannot be written, the next start asks nothing.

@@ -13,8 +13,8 @@ constexpr int kDeepest = 64;
 
 constexpr int kMostAttributes = 64; ///< of an element: the parser compares each with all others
 
-/// Behind the end of a tag whose name begins at a position; npos where it has none. A '>' in quotes is
-/// text, for the parser too: quotes elsewhere are an error to it.
+/// Behind the end of a tag whose name begins at a position; npos where it has none. A '>' in quotes
+/// is text, for the parser too: quotes elsewhere are an error to it.
 std::size_t tagEnd(const std::string& text, std::size_t at, int& attributes) {
     char quote = '\0';
     for (; at < text.size(); ++at) {

@@ -9,7 +9,8 @@ namespace access_control::secrets {
 /// The SHA-256 of a text, in hexadecimal digits.
 std::string sha256(const std::string& text);
 
-/// The SHA-1 of bytes, in base64. For protocols that know no other; secrets are kept by better ones.
+/// The SHA-1 of bytes, in base64. For protocols that know no other; secrets are
+/// kept by better ones.
 std::string sha1Base64(const std::string& bytes);
 
 std::string base64(const std::string& bytes);

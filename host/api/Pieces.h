@@ -9,7 +9,8 @@
 /// What several documents hold in the same form.
 namespace host::api {
 
-/// {"key": 34, "name": "brightness", "label": "Brightness"}; an unknown key has its number for a name.
+/// {"key": 34, "name": "brightness", "label": "Brightness"}; an unknown key has
+/// its number for a name.
 Json nameAndLabel(const Snapshot& snapshot, u32 key, int language);
 
 /// How a value of a key is shown; null for none.

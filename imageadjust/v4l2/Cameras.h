@@ -22,8 +22,8 @@ struct CameraInfo {
     std::string bus;    ///< "usb-0000:00:14.0-8"; empty where the node cannot be opened
     std::string byId;   ///< a name that stays: "/dev/v4l/by-id/usb-..."; empty where there is none
     /// The camera itself, wherever it is plugged in: "usb-046d-0825-A1B2C3-0". One without a serial
-    /// number is told from its twins by its port: "usb-046d-0825-Webcam-at-1_1.2-0". Letters, digits
-    /// and "-._" only, so that it also names files.
+    /// number is told from its twins by its port: "usb-046d-0825-Webcam-at-1_1.2-0". Letters,
+    /// digits and "-._" only, so that it also names files.
     std::string identity;
     std::string model;   ///< the identity without a port
     std::string port;    ///< where it is plugged in: "1-1.2"

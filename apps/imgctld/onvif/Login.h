@@ -11,8 +11,8 @@
 
 namespace onvif {
 
-/// Holds logins against the users: a digest of the password, of a random number (the nonce) that may
-/// be used once, and of the time it was made at. Any thread.
+/// Holds logins against the users: a digest of the password, of a random number (the nonce) that
+/// may be used once, and of the time it was made at. Any thread.
 class Login {
 public:
     using Monotonic = std::chrono::steady_clock::time_point;
