@@ -19,8 +19,8 @@ using Query = std::vector<std::pair<std::string, std::string>>;
 struct Answer {
     unsigned int status = 0; ///< of HTTP; 0: nobody answered
     std::string body;
-    Json document;       ///< the body, where it is JSON
-    std::string problem; ///< a sentence's part; empty when it did as it was asked
+    Json document = Json::value_t::null; ///< the body, where it is JSON
+    std::string problem;                 ///< a sentence's part; empty when it did as it was asked
 
     bool good() const { return status >= 200 && status < 300; }
 };

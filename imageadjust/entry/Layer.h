@@ -81,7 +81,9 @@ public:
 
     /// Who is told of changes that come from the device; empty: nobody. Returns when no call of the
     /// old one is under way any more.
-    virtual void onEvent(std::function<void(const LayerEvent&)> /*listener*/) {}
+    virtual void onEvent(std::function<void(const LayerEvent&)> listener) {
+        listener = nullptr; // such a device changes nothing by itself
+    }
 
     /// The picture of what the device sees, owned by the layer; null where it has none.
     virtual PictureSource* picture() { return nullptr; }
