@@ -26,10 +26,15 @@ std::string lockFolder() {
 }
 
 int openLockFile(const std::string& path) {
-    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-    const int made = open(path.c_str(), kFlags | O_CREAT, 0666);
-    // In a sticky folder the file of another user may be opened, but not with O_CREAT.
-    return made >= 0 ? made : open(path.c_str(), kFlags);
+    constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    const int made = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | kFlags, 0666);
+    if (made >= 0) {
+        static_cast<void>(fchmod(made, 0666)); // whatever the umask: another user may ask for it
+        return made;
+    }
+    const int there = open(path.c_str(), O_RDWR | kFlags);
+    // One that cannot be written can be locked all the same; it only gets no name.
+    return there >= 0 ? there : open(path.c_str(), O_RDONLY | kFlags);
 }
 
 } // namespace
@@ -80,8 +85,10 @@ void OwnerLock::release() {
 
 std::string treeLockPath(const std::string& tree) {
     struct stat about {};
-    if (access(tree.c_str(), W_OK) == 0 || stat(tree.c_str(), &about) != 0) {
-        return tree + "/.owner";
+    const std::string inTree = tree + "/.owner";
+    if (access(tree.c_str(), W_OK) == 0 || access(inTree.c_str(), R_OK) == 0 ||
+        stat(tree.c_str(), &about) != 0) {
+        return inTree;
     }
     // A tree that cannot be written has an owner all the same.
     return lockFolder() + "/imgctl-tree-" + std::to_string(about.st_dev) + "-" +

@@ -3,6 +3,7 @@
 #include "ImgctlExport.h"
 #include "SensorModuleConfig.h"
 #include "SensorTypes.h"
+#include "SensorWdrFlag.h"
 
 class ModuleConfigure;
 

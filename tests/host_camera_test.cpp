@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -427,7 +428,14 @@ TEST_F(HostCamera, AnswersReadersWhileItIsBusyAndRefusesWhatIsTooMuch) {
 }
 
 TEST_F(HostCamera, HasOneOwner) {
+    const mode_t mask = umask(077); // of a service: another user is told all the same
     start();
+    umask(mask);
+    const std::string lock = root + "/.owner";
+    struct stat about {};
+    ASSERT_EQ(0, stat(lock.c_str(), &about));
+    EXPECT_EQ(0666U, about.st_mode & 07777U);
+    ASSERT_EQ(0, chmod(lock.c_str(), 0444)); // one that was made by another user
     Camera second;
     const StartProblem problem = second.start(options);
     EXPECT_EQ(StartProblem::Kind::Owned, problem.kind);
