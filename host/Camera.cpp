@@ -86,6 +86,10 @@ PictureHub* Camera::picturesOf(int scheme) {
     return known ? m_core->schemePictures.of(scheme) : nullptr;
 }
 
+void Camera::releasePicturesOf(int scheme) {
+    m_core->schemePictures.release(scheme);
+}
+
 image_adjust::Layer* Camera::layer() {
     return m_core->layer();
 }

@@ -78,6 +78,8 @@ public:
     /// as long as this object. @return null for an unknown scheme, and with a layer that shows only
     /// what is in force (all but the simulator)
     PictureHub* picturesOf(int scheme);
+    /// Gives back what it takes. Nobody may watch, or have a viewer of, this hub any more.
+    void releasePicturesOf(int scheme);
 
     /// The layer; null while off. For who knows which one it is: the simulator's dials, compliance.
     image_adjust::Layer* layer();

@@ -25,6 +25,15 @@ void SchemePictures::end() {
     m_values = nullptr;
 }
 
+void SchemePictures::release(int scheme) {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    const auto found = m_schemes.find(scheme);
+    if (found != m_schemes.end()) {
+        found->second.hub.use(nullptr, {});
+        found->second.source.reset();
+    }
+}
+
 PictureHub* SchemePictures::of(int scheme) {
     const std::lock_guard<std::mutex> guard(m_lock);
     const auto found = m_schemes.find(scheme);

@@ -33,6 +33,9 @@ public:
     /// @return null when the layer shows its own values alone, or none is open
     PictureHub* of(int scheme);
 
+    /// Ends one that nobody watches. Its hub stays, without a picture.
+    void release(int scheme);
+
 private:
     struct One {
         std::unique_ptr<image_adjust::PictureSource> source; ///< outlives its use by the hub

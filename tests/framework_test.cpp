@@ -229,7 +229,9 @@ TEST_F(Framework, NoLinkLeadsAWriteOrARemovalOutOfTheRootNorOneInTmpAnywhere) {
         size += entry.is_regular_file() ? entry.file_size() : 0;
     EXPECT_EQ(4 * 6u, size);
     EXPECT_TRUE(replaceHostFile(outside / "a", "mine") && fs::exists(outside / ".~a.1.1"));
+    std::ofstream(outside / ".~secret.1.1");
     EXPECT_TRUE(replaceHostFile(outside / "secret", "mine", 0600));
+    EXPECT_FALSE(fs::exists(outside / ".~secret.1.1"));
     EXPECT_EQ(0600, int(fs::status(outside / "secret").permissions()));
     fs::remove_all(outside);
 }

@@ -253,6 +253,8 @@ all|0 all (8000,*;
 wdr 0|0 wdr mode=0 allowed=0;
 light 50|0 light 50;
 snapshot WORK/picture.jpg|0 snapshot * 640x360;
+try 30 contrast=7|0 try done;*
+drop|0 drop done;*
 undo|0 undo done;*
 window 0 7|2 *
 wait 1|3 *another program runs this camera*

@@ -76,7 +76,7 @@ private:
             separator = '&';
         }
         text += " HTTP/1.0\r\nHost: localhost\r\n";
-        if (request.method != "GET" && request.method != "DELETE") {
+        if (request.method != "GET") {
             text += std::string("Content-Type: ") +
                     (request.path == "/import" ? host::api::kSchemesType : "application/json") +
                     "\r\nContent-Length: " + std::to_string(request.body.size()) + "\r\n\r\n" +

@@ -75,7 +75,7 @@ protected:
         const std::string url = urlOf(request);
         std::string body;
         char error[CURL_ERROR_SIZE] = "";
-        const bool sends = request.method != "GET" && request.method != "DELETE";
+        const bool sends = request.method != "GET";
         const bool import = request.path == "/import";
         curl_slist* headers = nullptr;
         if (sends) {

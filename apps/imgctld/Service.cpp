@@ -138,7 +138,8 @@ bool writesFlash(const http::Request& request, const std::string& path) {
         return true;
     }
     if (path == "/import") {
-        return request.argument("dry-run") == nullptr;
+        const std::string* const dry = request.argument("dry-run");
+        return dry == nullptr || *dry == "0";
     }
     // A name is kept at once, a window with the next save.
     std::string problem;
@@ -219,7 +220,10 @@ Identity Service::identify(const http::Request& request) {
         return {};
     }
     const std::string secret = cookieValue(*cookies, cookieName(request.encrypted));
-    return m_sessions.find(secret, now()).value_or(Identity{});
+    // A page in sight reads by itself all the time; it is used when it asks for a change or a reason.
+    const bool used = request.method != "GET" || request.path == "/" ||
+                      request.path.find("/explain") != std::string::npos;
+    return m_sessions.find(secret, now(), used).value_or(Identity{});
 }
 
 std::string Service::streamOwner(const http::Request& request, const Identity& who) const {

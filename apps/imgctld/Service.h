@@ -82,8 +82,8 @@ private:
     void picture(const Shared& exchange, const Identity& who);
     /// The pictures that a request asks for: as they are, or as a scheme would make them.
     /// @param refusal  receives the answer where there are none for this request
-    Pictures* picturesFor(const http::Request& request, const Identity& who,
-                          http::Response& refusal);
+    std::shared_ptr<Pictures> picturesFor(const http::Request& request, const Identity& who,
+                                          http::Response& refusal);
     void metrics(const Shared& exchange);
     void health(const Shared& exchange);
     void handleOnvif(const Shared& exchange);
@@ -134,7 +134,8 @@ private:
     std::optional<MonotonicTime> m_lastSave;
     MonotonicTime m_lastTick{};
     unsigned long m_wrongLogins = 0;
-    std::map<int, std::unique_ptr<Pictures>> m_schemePictures; ///< of the schemes asked for
+    std::mutex m_previewLock; ///< not m_lock: answers are given while one ends
+    std::map<int, std::shared_ptr<Pictures>> m_schemePictures; ///< of the schemes asked for
 };
 
 /// A refusal, as a problem document.

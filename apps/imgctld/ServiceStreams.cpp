@@ -1,10 +1,17 @@
 #include "Service.h"
 
+#include <algorithm>
+
 #include "host/Camera.h"
 #include "host/Text.h"
 
 // What goes on after its request: events, and the picture.
 namespace imgctld {
+namespace {
+
+constexpr std::size_t kMostPreviews = 4; ///< a page compares two
+
+} // namespace
 
 void Service::events(const Shared& exchange, const Identity& who) {
     const http::Request& request = exchange->request();
@@ -45,8 +52,8 @@ void Service::attach(unsigned long number, const http::Exchange& exchange,
     }
 }
 
-Pictures* Service::picturesFor(const http::Request& request, const Identity& who,
-                               http::Response& refusal) {
+std::shared_ptr<Pictures> Service::picturesFor(const http::Request& request, const Identity& who,
+                                               http::Response& refusal) {
     const bool anybody = !loginNeeded() && !request.local && !who.byToken;
     if (!m_options.pictureOpen && anybody) {
         refusal =
@@ -55,7 +62,7 @@ Pictures* Service::picturesFor(const http::Request& request, const Identity& who
     }
     const std::string* const given = request.argument("scheme");
     if (given == nullptr) {
-        return &m_pictures;
+        return {std::shared_ptr<void>(), &m_pictures}; // lives as long as this
     }
     const auto snapshot = m_camera.snapshot();
     const int last = static_cast<int>(snapshot->schemes.size()) - 1;
@@ -65,24 +72,37 @@ Pictures* Service::picturesFor(const http::Request& request, const Identity& who
                          "'scheme' is a number from 0 to " + std::to_string(last) + ".");
         return nullptr;
     }
+    const std::lock_guard<std::mutex> guard(m_previewLock);
+    const auto found = m_schemePictures.find(scheme);
+    if (found != m_schemePictures.end()) {
+        return found->second;
+    }
+    if (m_schemePictures.size() >= kMostPreviews) {
+        // Each draws in threads and memory of its own.
+        const auto idle = std::find_if(
+            m_schemePictures.begin(), m_schemePictures.end(),
+            [](const auto& one) { return one.second.use_count() == 1 && one.second->isIdle(); });
+        if (idle == m_schemePictures.end()) {
+            refusal = refuse(503, "too_many", "The pictures of other schemes are watched now.", 2);
+            return nullptr;
+        }
+        const int old = idle->first;
+        m_schemePictures.erase(idle);
+        m_camera.releasePicturesOf(old);
+    }
     host::PictureHub* const hub = m_camera.picturesOf(scheme);
     if (hub == nullptr) {
         refusal = refuse(501, "no_preview",
                          "This camera's picture shows only what is in force, no other scheme.");
         return nullptr;
     }
-    const std::lock_guard<std::mutex> guard(m_lock);
-    std::unique_ptr<Pictures>& pictures = m_schemePictures[scheme];
-    if (pictures == nullptr) {
-        pictures = std::make_unique<Pictures>(*hub, m_streams);
-    }
-    return pictures.get();
+    return m_schemePictures[scheme] = std::make_shared<Pictures>(*hub, m_streams);
 }
 
 void Service::video(const Shared& exchange, const Identity& who) {
     const http::Request& request = exchange->request();
     http::Response refusal;
-    Pictures* const pictures = picturesFor(request, who, refusal);
+    const std::shared_ptr<Pictures> pictures = picturesFor(request, who, refusal);
     if (pictures == nullptr) {
         return answer(exchange, refusal);
     }
@@ -109,7 +129,7 @@ void Service::video(const Shared& exchange, const Identity& who) {
 
 void Service::picture(const Shared& exchange, const Identity& who) {
     http::Response refusal;
-    Pictures* const pictures = picturesFor(exchange->request(), who, refusal);
+    const std::shared_ptr<Pictures> pictures = picturesFor(exchange->request(), who, refusal);
     if (pictures == nullptr) {
         return answer(exchange, refusal);
     }

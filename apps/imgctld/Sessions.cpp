@@ -33,7 +33,7 @@ std::string Sessions::open(const User& user, MonotonicTime now) {
     return secret;
 }
 
-std::optional<Identity> Sessions::find(const std::string& secret, MonotonicTime now) {
+std::optional<Identity> Sessions::find(const std::string& secret, MonotonicTime now, bool used) {
     const std::lock_guard<std::mutex> guard(m_lock);
     // Looked up by its digest: how far a wrong secret fits tells nothing about a right one.
     const auto found = m_sessions.find(access_control::secrets::sha256(secret));
@@ -44,7 +44,9 @@ std::optional<Identity> Sessions::find(const std::string& secret, MonotonicTime 
     if (over(session, now)) {
         return std::nullopt; // revise() takes it away, with its streams
     }
-    session.used = now;
+    if (used) {
+        session.used = now;
+    }
     return Identity{session.user.name, session.number, session.user.role, true, false};
 }
 
@@ -128,6 +130,7 @@ double GuessLimit::attempt(const std::string& address, MonotonicTime now) {
         return std::chrono::duration<double>(tries.last + kBetweenTries - now).count();
     }
     ++tries.wrong;
+    tries.before = tries.last;
     tries.last = now;
     return 0;
 }
@@ -135,7 +138,12 @@ double GuessLimit::attempt(const std::string& address, MonotonicTime now) {
 void GuessLimit::right(const std::string& address) {
     const std::lock_guard<std::mutex> guard(m_lock);
     const auto found = m_tries.find(address);
-    if (found != m_tries.end() && --found->second.wrong == 0) {
+    if (found == m_tries.end()) {
+        return;
+    }
+    // Whoever polls with the right one must not be kept waiting for ever by a wrong one of once.
+    found->second.last = found->second.before;
+    if (--found->second.wrong == 0) {
         m_tries.erase(found);
     }
 }

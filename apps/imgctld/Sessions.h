@@ -38,8 +38,8 @@ public:
     /// @return the secret of a new session: 128 random bits
     std::string open(const access_control::User& user, MonotonicTime now);
 
-    /// Who a secret belongs to. Counts as use.
-    std::optional<Identity> find(const std::string& secret, MonotonicTime now);
+    /// Who a secret belongs to. @param used  whether that counts as use
+    std::optional<Identity> find(const std::string& secret, MonotonicTime now, bool used = true);
 
     void close(const std::string& secret);
 
@@ -104,6 +104,7 @@ private:
     struct Tries {
         unsigned int wrong = 0;
         MonotonicTime last{};
+        MonotonicTime before{}; ///< the last but one
     };
     std::mutex m_lock;
     std::map<std::string, Tries> m_tries;

@@ -133,6 +133,11 @@ Pictures::~Pictures() {
     m_thread.join();
 }
 
+bool Pictures::isIdle() const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_watching == 0 && m_waiting.empty();
+}
+
 std::unique_ptr<http::Source> Pictures::video() {
     return std::make_unique<Video>(*this);
 }

@@ -72,6 +72,9 @@ public:
     /// @param done  called once, on any thread; without a picture the problem says why
     void single(const std::function<void(Bytes jpeg, const std::string& problem)>& done);
 
+    /// Whether nobody watches or waits.
+    bool isIdle() const;
+
     /// Why there are no pictures; empty: there are, or nobody watches.
     std::string problem() const;
 

@@ -119,8 +119,10 @@ bool Replacement::beginOnHost(const char* hostPath, mode_t mode) {
     const std::string::size_type slash = target.rfind('/');
     m_strFolder = slash == std::string::npos ? "." : target.substr(0, slash == 0 ? 1 : slash);
     m_strName.assign(target, slash + 1); // npos + 1 is 0
-    // What a killed write of this very file has left; all others may be anybody's.
-    removeLeftoversOnHost(m_strFolder, kTemporaryPrefix + m_strName + ".");
+    if ((mode & 077U) == 0) {
+        // Secrets that a killed write has left; whatever else is named like that may be anybody's.
+        removeLeftoversOnHost(m_strFolder, kTemporaryPrefix + m_strName + ".");
+    }
     return beginTarget();
 }
 

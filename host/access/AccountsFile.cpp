@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -73,6 +74,12 @@ bool readWhole(int fd, std::string& text) {
     }
 }
 
+/// Where a link leads: whoever changes the file by another name takes the same lock.
+std::string targetOf(const std::string& path) {
+    char real[PATH_MAX];
+    return realpath(path.c_str(), real) != nullptr ? real : path;
+}
+
 bool failed(const std::string& path, std::string& problem) {
     problem = path + ": " + std::strerror(errno);
     return false;
@@ -99,10 +106,16 @@ std::string textOf(const Accounts& accounts) {
 
 bool readAccounts(const std::string& path, Accounts& accounts, std::string& problem) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0) {
-        return errno == ENOENT || failed(path, problem);
-    }
     struct stat status {};
+    if (fd < 0) {
+        const bool missing = errno == ENOENT;
+        if (missing && lstat(path.c_str(), &status) == 0) {
+            problem = path + " is a link to nothing"; // yet: that is not "nobody"
+            return false;
+        }
+        errno = missing ? ENOENT : errno;
+        return missing || failed(path, problem);
+    }
     std::string text;
     const bool read = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && readWhole(fd, text);
     close(fd);
@@ -111,7 +124,7 @@ bool readAccounts(const std::string& path, Accounts& accounts, std::string& prob
         return false;
     }
     if (status.st_uid != geteuid() && status.st_uid != 0) {
-        problem = path + " belongs to another user; chown it";
+        problem = path + " belongs to another user: run this as that user, or chown it";
         return false;
     }
     if ((status.st_mode & 077U) != 0) {
@@ -145,7 +158,8 @@ bool readAccounts(const std::string& path, Accounts& accounts, std::string& prob
 namespace detail {
 
 FileLock::FileLock(const std::string& path)
-    : m_fd(open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600)) {
+    : m_fd(open((targetOf(path) + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
+                0600)) {
     while (m_fd >= 0 && flock(m_fd, LOCK_EX) != 0 && errno == EINTR) {
     }
 }

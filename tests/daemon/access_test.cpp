@@ -244,6 +244,7 @@ TEST_F(Daemon, TheProgramRefusesWhatIsNotSafeAndSaysWhatToDo) {
     }
     std::ofstream(root + "/open.cfg") << "imgctl-users 1\n";
     chmod((root + "/open.cfg").c_str(), 0644);
+    ASSERT_EQ(0, symlink("/nowhere/users.cfg", (root + "/link.cfg").c_str()));
     const std::string good = " --users " + root + "/good.cfg";
     const std::string tls = " --tls-cert " + certificate + " --tls-key ";
     const struct {
@@ -258,6 +259,7 @@ TEST_F(Daemon, TheProgramRefusesWhatIsNotSafeAndSaysWhatToDo) {
         {"--listen 127.0.0.1:0 --users " + root + "/newer.cfg", 1, "newer program"},
         {"--listen 127.0.0.1:0 --users " + root + "/nobody.cfg", 1, "no administrator"},
         {"--listen 127.0.0.1:0 --users " + root + "/open.cfg", 1, "chmod 600"},
+        {"--listen 127.0.0.1:0 --users " + root + "/link.cfg", 1, "is a link to nothing"},
         {"--listen 127.0.0.1:0" + tls + otherKey, 1, "k2.pem"},
         {"--listen 127.0.0.1:0 --tls-cert " + certificate, 1, "belong together"},
         {"--listen 8080", 1, "ADDRESS:PORT"},
