@@ -33,7 +33,7 @@ long memoryInUse() {
 }
 
 std::string clockOf(unsigned int minute) {
-    char text[8];
+    char text[24];
     std::snprintf(text, sizeof text, "%02u:%02u", minute / 60, minute % 60);
     return text;
 }
