@@ -181,6 +181,7 @@ private:
     void handle(const Refresh& operation, Work& work);
     void handle(const Settle& operation, Work& work);
     void readDevice(bool limitsToo);
+    void seeState(u32 key);
     void readRestrictions();
     std::optional<int> readValue(u32 command, int* code = nullptr) const;
     std::optional<Limits> readLimits(u32 command) const;

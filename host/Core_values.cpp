@@ -148,6 +148,9 @@ void Camera::Core::dryRun(const SetValues& operation, int target, Work& work) {
                 {set.cmd, std::vector<int>(set.words.begin(), set.words.end()), set.result});
         }
     }
+    for (KeyOutcome& outcome : work.outcome.keys) {
+        outcome.dryRun = true;
+    }
     for (const KeyVal& pair : before) {
         m_controller->setKeyValToCache(static_cast<u32>(target), pair.key, pair.value, false);
     }

@@ -276,6 +276,7 @@ struct KeyOutcome {
     std::optional<int> before; ///< in force before
     std::optional<int> taken;  ///< in force now
     Refusal refusal;
+    bool dryRun = false; ///< nothing was sent: the snapshot tells nothing of it
 };
 
 /// What became of one scheme of a save or an import.

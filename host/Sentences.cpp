@@ -68,10 +68,10 @@ std::string sentence(const Snapshot& snapshot, const KeyOutcome& outcome, int la
     const std::string in =
         outcome.scheme < 0 ? std::string() : " in " + schemeTitle(snapshot, outcome.scheme);
     const Value* const value = snapshot.value(outcome.key);
-    const std::string idle =
-        value != nullptr && outcome.scheme < 0 && value->block.reason == Reason::Blocked
-            ? " It has no effect now: " + reasonText(value->block) + "."
-            : std::string();
+    const std::string idle = value != nullptr && !outcome.dryRun && outcome.scheme < 0 &&
+                                     value->block.reason == Reason::Blocked
+                                 ? " It has no effect now: " + reasonText(value->block) + "."
+                                 : std::string();
     switch (outcome.result) {
         case KeyResult::AlreadyInForce:
             return label + " is " + wanted + in + " already." + idle;

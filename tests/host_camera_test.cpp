@@ -94,6 +94,25 @@ TEST_F(HostCamera, AnswersForEachKeyWhatHappened) {
     EXPECT_EQ(Reason::Gone, set(KEY_BRIGHTNESS, 70).refusal.reason);
 }
 
+TEST_F(HostCamera, SaysOfEachKeyWhetherItHasAnEffectNow) {
+    start();
+    const struct {
+        std::vector<Pair> values;
+        bool dryRun;
+        bool idle; ///< the last one
+    } rows[] = {
+        {{{KEY_FIX_GAIN, 69}}, false, true},
+        {{{KEY_EXPOSE_MODE, 1}, {KEY_FIX_GAIN, 70}}, true, false}, // it would have one
+        {{{KEY_EXPOSE_MODE, 1}, {KEY_FIX_GAIN, 70}}, false, false},
+        {{{KEY_EXPOSE_MODE, 0}, {KEY_FIX_GAIN, 71}}, false, true},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = perform(SetValues{row.values, {}, {}, row.dryRun});
+        const std::string text = sentence(*camera.snapshot(), outcome.keys.back());
+        EXPECT_EQ(row.idle, text.find("It has no effect now") != std::string::npos) << text;
+    }
+}
+
 TEST_F(HostCamera, RecordsOnlyInTheSchemeThatIsMeant) {
     start();
     perform(SetMode{false});
