@@ -131,6 +131,7 @@ private:
     void handle(const ReadKeys& operation, Work& work);
     void handle(const CorrectScheme& operation, Work& work);
     bool knownKeys(const std::vector<Pair>& pairs, Work& work) const;
+    bool canApply(const std::vector<Pair>& pairs, Manner manner, Work& work) const;
     void applyAll(const std::vector<Pair>& pairs, Manner manner, Work& work);
     void recordAll(int scheme, const std::vector<Pair>& pairs, Work& work);
     void dryRun(const SetValues& operation, int scheme, Work& work);

@@ -26,6 +26,9 @@ void Camera::Core::handle(const TryValues& operation, Work& work) {
         refuse(work, Reason::Conflict, "scheme " + std::to_string(m_scheme) + " is in force");
         return;
     }
+    if (!canApply(operation.values, Manner::Try, work)) {
+        return;
+    }
     work.entry.kind = JournalEntry::Kind::Trial;
     work.entry.schemeBefore = work.entry.schemeAfter = m_scheme;
     applyAll(operation.values, Manner::Try, work);

@@ -87,7 +87,10 @@ std::string sentence(const Snapshot& snapshot, const KeyOutcome& outcome, int la
         case KeyResult::NotPartOfScheme:
             return label + " is " + wanted + " now; it is in no scheme, so it is not saved.";
         case KeyResult::NotTried:
-            return label + " was not tried.";
+            return label + " was not tried" +
+                   (outcome.refusal.reason == Reason::None ? ""
+                                                           : ": " + reasonText(outcome.refusal)) +
+                   ".";
         case KeyResult::Refused:
             break;
     }

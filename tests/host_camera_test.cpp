@@ -178,6 +178,31 @@ TEST_F(HostCamera, TriesAValueAndTakesItBack) {
     EXPECT_FALSE(camera.snapshot()->trial);
 }
 
+TEST_F(HostCamera, AppliesNoTimeWindow) {
+    start();
+    const Pair window = {KEY_SCHEME_START_HOUR, 3};
+    const Pair contrast = {KEY_CONTRAST, 9};
+    const struct {
+        Operation operation;
+        Result result;
+        KeyResult first;
+        int contrast;
+    } rows[] = {
+        {TryValues{{window}, 5, {}}, Result::Refused, KeyResult::Refused, 128},
+        {TryValues{{contrast, window}, 5, {}}, Result::Refused, KeyResult::NotTried, 128},
+        {ApplyValues{{window}}, Result::Refused, KeyResult::Refused, 128},
+        {ApplyValues{{window, contrast}}, Result::Done, KeyResult::NotTried, 9},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = perform(row.operation);
+        EXPECT_EQ(row.result, outcome.result);
+        EXPECT_EQ(row.first, outcome.keys[0].result);
+        EXPECT_EQ(row.contrast, sensorValue(KEY_CONTRAST));
+        EXPECT_FALSE(camera.snapshot()->trial);
+        EXPECT_EQ(0, stored(0, KEY_SCHEME_START_HOUR));
+    }
+}
+
 TEST_F(HostCamera, RunsDryWithoutATrace) {
     start();
     std::atomic<int> sets{0};

@@ -162,6 +162,8 @@ done <<'END'
 --trace /dev/full -c status|1 *'/dev/full' could not be written
 window 0 22:00-06:00|3 *needs two schemes*nothing is changed
 window 9 00:00-06:00|3 *no scheme '9'
+try 1 start_hour=3|3 *a time window is not applied
+-c 'apply contrast=9,start_hour=3'|0 *not tried: a time window is not applied
 get brigtness|3 *did you mean 'brightness'?
 undo|3 *nothing that was asked for is left to take back
 keep|3 *nothing is on trial
