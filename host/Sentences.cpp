@@ -83,7 +83,9 @@ std::string sentence(const Snapshot& snapshot, const KeyOutcome& outcome, int la
                                   : std::string("another value")) +
                    ".";
         case KeyResult::NotRecorded:
-            return label + " is " + wanted + " until the next switch; it is not recorded." + idle;
+            return label + " is " + wanted +
+                   (value != nullptr && value->onTrial ? " on trial" : " until the next switch") +
+                   "; it is not recorded." + idle;
         case KeyResult::NotPartOfScheme:
             return label + " is " + wanted + " now; it is in no scheme, so it is not saved.";
         case KeyResult::NotTried:

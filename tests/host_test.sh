@@ -248,6 +248,8 @@ scheme 0|0 scheme 0;
 set contrast=41|0 set done;  Contrast is 41 *;
 get Contrast|0 get (2353,41);
 set contrast=999|3 set rejected;imgctl: set: Contrast takes 0..255; 999 was refused. 41 stays in force.;
+try 3600 contrast=42|0 try done;  Contrast is 42 on trial; it is not recorded.;  On trial for 3600 *;
+drop|0 drop done;
 explain contrast --json|0 {"key":2353,*};
 export -|0 *[[]scheme 0[]]*;
 get nothing at all|3 *no key 'nothing'*
