@@ -37,7 +37,8 @@ struct Work {
     bool dryRun = false;
     Outcome outcome = {};
     JournalEntry entry = {};
-    std::set<int> written = {}; ///< schemes whose memory it may have changed
+    std::optional<JournalEntry> trialEnd = {}; ///< comes before it
+    std::set<int> written = {};                ///< schemes whose memory it may have changed
 };
 
 /// Answers that nothing was done.
@@ -148,7 +149,7 @@ private:
     void handle(const DropTrial& operation, Work& work);
     void expireTrial();
     void endTrial(const std::string& note, const Origin& origin);
-    void endTrialOf(u32 key, const Work& work);
+    void endTrialOf(u32 key, Work& work);
     void dropOverlays();
 
     // Core_schemes.cpp: schemes as a whole
@@ -164,9 +165,14 @@ private:
     void splitWindow(int scheme, const Window& window, int other, Work& work);
     void recordIn(int scheme, const std::vector<Pair>& pairs, Work& work);
     SchemeOutcome saveOne(int scheme);
-    using Records = std::map<int, std::vector<KeyVal>>;
+    /// What a request that is all or nothing may have to put back.
+    struct Before {
+        std::map<int, std::vector<KeyVal>> records; ///< by scheme
+        std::map<u32, Overlay> overlays;
+        std::optional<Trial> trial;
+    };
     bool recordWhole(const std::map<int, std::vector<Pair>>& wanted, Work& work);
-    void putBack(const Records& before, Work& work);
+    void putBack(const Before& before, Work& work);
     bool hasFactoryValues(int scheme) const;
     bool timedScheme(int scheme, Work& work) const;
 

@@ -274,6 +274,8 @@ TEST_F(HostCamera, ChecksATextWholeBeforeItChangesAnything) {
     EXPECT_EQ(7, sensorValue(KEY_BRIGHTNESS));
     EXPECT_EQ(0, camera.snapshot()->unsaved);
     // What only the device refuses takes everything back that went before.
+    perform(TryValues{{{KEY_BRIGHTNESS, 5}}, 3600, {}});
+    const std::uint64_t tried = camera.journal().sequence();
     simulated_ia::fail(KEY_SATURATION, -1);
     outcome = perform(Import{"[scheme 1]\n34=9\n[scheme 0]\n34=8\nsaturation=8\ngamma=1\n", false});
     EXPECT_EQ(Result::Refused, outcome.result);
@@ -283,6 +285,13 @@ TEST_F(HostCamera, ChecksATextWholeBeforeItChangesAnything) {
     EXPECT_EQ(0, camera.snapshot()->unsaved);
     EXPECT_EQ(0U, outcome.entry);
     perform(Settle{});
+    EXPECT_EQ(5, sensorValue(KEY_BRIGHTNESS)) << "the trial goes on";
+    EXPECT_TRUE(camera.snapshot()->trial);
+    bool complete = false;
+    for (const Journal::Entry& entry : camera.journal().since(tried, complete)) {
+        EXPECT_NE(JournalEntry::Kind::Trial, entry->kind) << entry->note;
+    }
+    EXPECT_TRUE(perform(DropTrial{}).done());
     EXPECT_EQ(7, sensorValue(KEY_BRIGHTNESS));
 }
 
