@@ -465,9 +465,7 @@ void Camera::Core::handle(const Undo& operation, Work& work) {
     const ScheduleHold hold(*this);
     work.entry.joins = false; // a change of its own
     work.entry.undoes = entry->id;
-    for (const auto& [number, pairs] : wanted) {
-        recordIn(number, pairs, work);
-    }
+    recordWhole(wanted, work);
 }
 
 void Camera::Core::handle(const ReadKeys& operation, Work& work) {

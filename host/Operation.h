@@ -173,7 +173,7 @@ struct AllowWideDynamicRange {
     bool allowed;
 };
 
-/// Takes a journal entry back, as a change of its own.
+/// Takes a journal entry back, whole or not at all, as a change of its own.
 struct Undo {
     std::uint64_t entry;
     bool force = false; ///< also when a key was changed again since
