@@ -247,6 +247,10 @@ mode manual|0 mode 0;
 scheme 0|0 scheme 0;
 set contrast=41|0 set done;  Contrast is 41 *;
 get Contrast|0 get (2353,41);
+set contrast=41 Exposure mode=Shutter priority  mirror=off, Longest shutter=1/25|0 set done;*mode is Shutter priority now.;*shutter is 1/25 now.;
+set Exposure mode=automatic|0 set done;  Exposure mode is Automatic now.;
+set mirror=off Exposure mode=manual|3 *'off Exposure'*
+set contrast=41 mirror|2 *'mirror' is no parameter*
 set contrast=999|3 set rejected;imgctl: set: Contrast takes 0..255; 999 was refused. 41 stays in force.;
 try 3600 contrast=42|0 try done;  Contrast is 42 on trial; it is not recorded.;  On trial for 3600 *;
 drop|0 drop done;
