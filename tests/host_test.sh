@@ -259,6 +259,7 @@ export -|0 *[[]scheme 0[]]*;
 get nothing at all|3 *no key 'nothing'*
 all|0 all (8000,*;
 wdr 0|0 wdr mode=0 allowed=0;
+wdr 0 --json|0 {*"symbol":"KEY_WDR_MODE"*};
 light 50|0 light 50;
 snapshot WORK/picture.jpg|0 snapshot * 640x360;
 undo|0 undo done;*
