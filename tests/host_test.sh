@@ -165,6 +165,13 @@ window 9 00:00-06:00|3 *no scheme '9'
 try 1 start_hour=3|3 *a time window is not applied
 -c 'apply contrast=9,start_hour=3'|0 *not tried: a time window is not applied
 get brigtness|3 *did you mean 'brightness'?
+fail brigtness -1|3 *did you mean 'brightness'?
+limit brigtness 1 1|3 *did you mean 'brightness'?
+compliance brigtness|3 *did you mean 'brightness'?
+copy 0 9|3 *no scheme '9'
+copy 0 x|3 *no scheme 'x'
+save x|3 *no scheme 'x'
+save 9|3 *no scheme '9'
 undo|3 *nothing that was asked for is left to take back
 keep|3 *nothing is on trial
 -c 'mode 0' -c 'scheme 0' -c 'fail 34 -9 1' -c 'set contrast=1,brightness=44,saturation=3'|1 *the layer failed (code -9)*Saturation was not tried.
