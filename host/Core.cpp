@@ -412,6 +412,12 @@ void Camera::Core::finish(Work& work) {
         m_memory.refresh(*m_controller, number);
     }
     noticeScheme(&work.origin);
+    for (const KeyOutcome& outcome : work.outcome.keys) {
+        seeState(outcome.key); // or the answer would tell what held before
+    }
+    if (work.trialEnd) {
+        journal.add(*work.trialEnd);
+    }
     if (!work.entry.changes.empty() || !work.entry.note.empty()) {
         work.outcome.entry = journal.add(work.entry);
     }

@@ -37,7 +37,8 @@ struct Work {
     bool dryRun = false;
     Outcome outcome = {};
     JournalEntry entry = {};
-    std::set<int> written = {}; ///< schemes whose memory it may have changed
+    std::optional<JournalEntry> trialEnd = {}; ///< comes before it
+    std::set<int> written = {};                ///< schemes whose memory it may have changed
 };
 
 /// Answers that nothing was done.
@@ -131,6 +132,7 @@ private:
     void handle(const ReadKeys& operation, Work& work);
     void handle(const CorrectScheme& operation, Work& work);
     bool knownKeys(const std::vector<Pair>& pairs, Work& work) const;
+    bool canApply(const std::vector<Pair>& pairs, Manner manner, Work& work) const;
     void applyAll(const std::vector<Pair>& pairs, Manner manner, Work& work);
     void recordAll(int scheme, const std::vector<Pair>& pairs, Work& work);
     void dryRun(const SetValues& operation, int scheme, Work& work);
@@ -147,7 +149,7 @@ private:
     void handle(const DropTrial& operation, Work& work);
     void expireTrial();
     void endTrial(const std::string& note, const Origin& origin);
-    void endTrialOf(u32 key, const Work& work);
+    void endTrialOf(u32 key, Work& work);
     void dropOverlays();
 
     // Core_schemes.cpp: schemes as a whole
@@ -163,9 +165,14 @@ private:
     void splitWindow(int scheme, const Window& window, int other, Work& work);
     void recordIn(int scheme, const std::vector<Pair>& pairs, Work& work);
     SchemeOutcome saveOne(int scheme);
-    using Records = std::map<int, std::vector<KeyVal>>;
+    /// What a request that is all or nothing may have to put back.
+    struct Before {
+        std::map<int, std::vector<KeyVal>> records; ///< by scheme
+        std::map<u32, Overlay> overlays;
+        std::optional<Trial> trial;
+    };
     bool recordWhole(const std::map<int, std::vector<Pair>>& wanted, Work& work);
-    void putBack(const Records& before, Work& work);
+    void putBack(const Before& before, Work& work);
     bool hasFactoryValues(int scheme) const;
     bool timedScheme(int scheme, Work& work) const;
 
@@ -181,6 +188,7 @@ private:
     void handle(const Refresh& operation, Work& work);
     void handle(const Settle& operation, Work& work);
     void readDevice(bool limitsToo);
+    void seeState(u32 key);
     void readRestrictions();
     std::optional<int> readValue(u32 command, int* code = nullptr) const;
     std::optional<Limits> readLimits(u32 command) const;

@@ -149,10 +149,10 @@ void Camera::Core::handle(const SetWindows& operation, Work& work) {
 /// everything back where one is refused.
 /// @return false in that case
 bool Camera::Core::recordWhole(const std::map<int, std::vector<Pair>>& wanted, Work& work) {
-    Records before;
+    Before before{{}, m_overlays, m_trial};
     for (const auto& scheme : wanted) {
         m_memory.refresh(*m_controller, scheme.first);
-        before[scheme.first] = m_memory.records(scheme.first);
+        before.records[scheme.first] = m_memory.records(scheme.first);
     }
     const auto recordOf = [&](int number) {
         const std::vector<Pair>& pairs = wanted.at(number);
@@ -176,9 +176,14 @@ bool Camera::Core::recordWhole(const std::map<int, std::vector<Pair>>& wanted, W
     });
 }
 
-/// As if nothing had been asked: the memory at once, the device by settling.
-void Camera::Core::putBack(const Records& before, Work& work) {
-    for (const auto& [number, records] : before) {
+/// As if nothing had been asked: the memory and the trial at once, the device by settling.
+void Camera::Core::putBack(const Before& before, Work& work) {
+    m_overlays = before.overlays;
+    m_trial = before.trial;
+    for (const auto& overlay : m_overlays) {
+        m_mustSend.insert(overlay.first);
+    }
+    for (const auto& [number, records] : before.records) {
         for (const KeyVal& pair : records) {
             if (number == m_scheme && storedNow(pair.key) != static_cast<int>(pair.value)) {
                 m_mustSend.insert(pair.key);
@@ -194,6 +199,7 @@ void Camera::Core::putBack(const Records& before, Work& work) {
         }
     }
     work.entry.changes.clear();
+    work.trialEnd.reset();
     work.outcome.result = Result::Refused;
     settleSoon(std::chrono::milliseconds(0));
 }

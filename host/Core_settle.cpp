@@ -91,11 +91,19 @@ void Camera::Core::readDevice(bool limitsToo) {
             int code = 0;
             read.value = readValue(about.command, &code);
             read.unsupported = code == IA_ERR_UNSUPPORTED || code == IA_ERR_UNKNOWN_CMD;
-            read.state =
-                std::make_shared<const image_adjust::CommandState>(m_layer->about(about.command));
+            seeState(about.key);
         }
     }
     m_changed = true;
+}
+
+/// Asks the layer what holds a key or keeps it without effect.
+void Camera::Core::seeState(u32 key) {
+    const Parameter* about = parameter(key);
+    if (about != nullptr && !about->storedOnly()) {
+        reading(key).state =
+            std::make_shared<const image_adjust::CommandState>(m_layer->about(about->command));
+    }
 }
 
 /// What the device is to have; none where the host knows nothing better than the device.

@@ -26,6 +26,9 @@ void Camera::Core::handle(const TryValues& operation, Work& work) {
         refuse(work, Reason::Conflict, "scheme " + std::to_string(m_scheme) + " is in force");
         return;
     }
+    if (!canApply(operation.values, Manner::Try, work)) {
+        return;
+    }
     work.entry.kind = JournalEntry::Kind::Trial;
     work.entry.schemeBefore = work.entry.schemeAfter = m_scheme;
     applyAll(operation.values, Manner::Try, work);
@@ -123,7 +126,7 @@ void Camera::Core::endTrial(const std::string& note, const Origin& origin) {
 }
 
 /// A newer change of a key ends the trial of it; the trial ends with its last key.
-void Camera::Core::endTrialOf(u32 key, const Work& work) {
+void Camera::Core::endTrialOf(u32 key, Work& work) {
     const auto overlay = m_overlays.find(key);
     if (!m_trial || overlay == m_overlays.end() || !overlay->second.onTrial) {
         return;
@@ -132,12 +135,11 @@ void Camera::Core::endTrialOf(u32 key, const Work& work) {
     const bool more = std::any_of(m_overlays.begin(), m_overlays.end(),
                                   [](const auto& other) { return other.second.onTrial; });
     if (!more && !work.dryRun && work.entry.note.empty()) {
-        JournalEntry entry;
-        entry.kind = JournalEntry::Kind::Trial;
-        entry.origin = work.origin;
-        entry.cameraTime = cameraTime();
-        entry.note = "the trial gave way to a newer value";
-        journal.add(std::move(entry));
+        work.trialEnd.emplace();
+        work.trialEnd->kind = JournalEntry::Kind::Trial;
+        work.trialEnd->origin = work.origin;
+        work.trialEnd->cameraTime = cameraTime();
+        work.trialEnd->note = "the trial gave way to a newer value";
     }
     if (!more) {
         m_trial.reset();

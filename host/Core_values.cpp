@@ -11,6 +11,7 @@ namespace host {
 namespace {
 
 constexpr int kNotInScheme = -1; ///< the library's answer to a restore
+constexpr char kNotApplied[] = "a time window is not applied";
 
 bool isRefused(const KeyOutcome& outcome) {
     return outcome.result == KeyResult::Refused;
@@ -84,6 +85,29 @@ bool Camera::Core::knownKeys(const std::vector<Pair>& pairs, Work& work) const {
     return true;
 }
 
+/// Refuses values of which none can be applied, and of a trial, which is all or nothing, those of
+/// which one cannot.
+bool Camera::Core::canApply(const std::vector<Pair>& pairs, Manner manner, Work& work) const {
+    const auto stored = static_cast<std::size_t>(
+        std::count_if(pairs.begin(), pairs.end(),
+                      [this](const Pair& pair) { return parameter(pair.key)->storedOnly(); }));
+    if (stored == 0 || (manner == Manner::Apply && stored < pairs.size())) {
+        return true;
+    }
+    refuse(work, Reason::Window, kNotApplied);
+    for (const Pair& pair : pairs) {
+        KeyOutcome outcome;
+        outcome.key = pair.key;
+        outcome.wanted = pair.value;
+        if (parameter(pair.key)->storedOnly()) {
+            outcome.result = KeyResult::Refused;
+            outcome.refusal = work.outcome.refusal;
+        }
+        work.outcome.keys.push_back(outcome);
+    }
+    return false;
+}
+
 /// The result of the whole, from what became of each key.
 void Camera::Core::summarize(Work& work) {
     Outcome& outcome = work.outcome;
@@ -148,6 +172,9 @@ void Camera::Core::dryRun(const SetValues& operation, int target, Work& work) {
                 {set.cmd, std::vector<int>(set.words.begin(), set.words.end()), set.result});
         }
     }
+    for (KeyOutcome& outcome : work.outcome.keys) {
+        outcome.dryRun = true;
+    }
     for (const KeyVal& pair : before) {
         m_controller->setKeyValToCache(static_cast<u32>(target), pair.key, pair.value, false);
     }
@@ -160,6 +187,9 @@ void Camera::Core::dryRun(const SetValues& operation, int target, Work& work) {
 
 void Camera::Core::handle(const ApplyValues& operation, Work& work) {
     if (!knownKeys(operation.values, work)) {
+        return;
+    }
+    if (!canApply(operation.values, Manner::Apply, work)) {
         return;
     }
     const ScheduleHold hold(*this);
@@ -274,7 +304,8 @@ KeyOutcome Camera::Core::applyOne(const Pair& pair, Manner manner, Work& work) {
     outcome.wanted = pair.value;
     outcome.before = inForce(about);
     if (about.storedOnly()) {
-        return outcome; // a window is not applied
+        outcome.refusal = withReason(Reason::Window, kNotApplied);
+        return outcome; // and what comes behind it is applied
     }
     const std::optional<int> stored = storedNow(pair.key);
     const auto overlay = m_overlays.find(pair.key);
@@ -434,9 +465,7 @@ void Camera::Core::handle(const Undo& operation, Work& work) {
     const ScheduleHold hold(*this);
     work.entry.joins = false; // a change of its own
     work.entry.undoes = entry->id;
-    for (const auto& [number, pairs] : wanted) {
-        recordIn(number, pairs, work);
-    }
+    recordWhole(wanted, work);
 }
 
 void Camera::Core::handle(const ReadKeys& operation, Work& work) {

@@ -75,12 +75,14 @@ struct SetValues {
 };
 
 /// Applies values without recording them. They hold until the next switch, or until the key is set.
+/// Keys of a time window are not tried, and refused where there are no others.
 struct ApplyValues {
     std::vector<Pair> values;
 };
 
 /// The same for a time, after which the scheme's values come back. One trial at a time: further
-/// values join the one that runs and restart its time.
+/// values join the one that runs and restart its time. Keys of a time window are refused, and
+/// nothing is applied then.
 struct TryValues {
     std::vector<Pair> values;
     double seconds = 30;       ///< of camera time, above 0, at most 3600
@@ -171,7 +173,7 @@ struct AllowWideDynamicRange {
     bool allowed;
 };
 
-/// Takes a journal entry back, as a change of its own.
+/// Takes a journal entry back, whole or not at all, as a change of its own.
 struct Undo {
     std::uint64_t entry;
     bool force = false; ///< also when a key was changed again since
@@ -240,7 +242,7 @@ enum class Reason {
     NotInScheme, ///< the key is no part of this camera's schemes
     NoScheme,    ///< no such scheme, or not a timed one
     Conflict,    ///< another scheme is in force than the one that was meant
-    Window,      ///< a time window that is out of order
+    Window,      ///< a time window that is out of order, or cannot be applied
     Storage,     ///< the flash did not take it
     Text,        ///< a text that is wrong; Outcome::lines
     Newer,       ///< a newer change stands in the way
@@ -265,7 +267,7 @@ enum class KeyResult {
     NotRecorded,      ///< applied until the next switch: the default scheme is in force, or a trial
     NotPartOfScheme,  ///< applied, but the key is in no scheme, so it is not saved
     Refused,          ///< KeyOutcome::refusal
-    NotTried,         ///< an earlier key was refused
+    NotTried,         ///< an earlier key was refused, or KeyOutcome::refusal
 };
 
 struct KeyOutcome {
@@ -276,6 +278,7 @@ struct KeyOutcome {
     std::optional<int> before; ///< in force before
     std::optional<int> taken;  ///< in force now
     Refusal refusal;
+    bool dryRun = false; ///< nothing was sent: the snapshot tells nothing of it
 };
 
 /// What became of one scheme of a save or an import.

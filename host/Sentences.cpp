@@ -68,10 +68,10 @@ std::string sentence(const Snapshot& snapshot, const KeyOutcome& outcome, int la
     const std::string in =
         outcome.scheme < 0 ? std::string() : " in " + schemeTitle(snapshot, outcome.scheme);
     const Value* const value = snapshot.value(outcome.key);
-    const std::string idle =
-        value != nullptr && outcome.scheme < 0 && value->block.reason == Reason::Blocked
-            ? " It has no effect now: " + reasonText(value->block) + "."
-            : std::string();
+    const std::string idle = value != nullptr && !outcome.dryRun && outcome.scheme < 0 &&
+                                     value->block.reason == Reason::Blocked
+                                 ? " It has no effect now: " + reasonText(value->block) + "."
+                                 : std::string();
     switch (outcome.result) {
         case KeyResult::AlreadyInForce:
             return label + " is " + wanted + in + " already." + idle;
@@ -83,11 +83,16 @@ std::string sentence(const Snapshot& snapshot, const KeyOutcome& outcome, int la
                                   : std::string("another value")) +
                    ".";
         case KeyResult::NotRecorded:
-            return label + " is " + wanted + " until the next switch; it is not recorded." + idle;
+            return label + " is " + wanted +
+                   (value != nullptr && value->onTrial ? " on trial" : " until the next switch") +
+                   "; it is not recorded." + idle;
         case KeyResult::NotPartOfScheme:
             return label + " is " + wanted + " now; it is in no scheme, so it is not saved.";
         case KeyResult::NotTried:
-            return label + " was not tried.";
+            return label + " was not tried" +
+                   (outcome.refusal.reason == Reason::None ? ""
+                                                           : ": " + reasonText(outcome.refusal)) +
+                   ".";
         case KeyResult::Refused:
             break;
     }

@@ -94,6 +94,25 @@ TEST_F(HostCamera, AnswersForEachKeyWhatHappened) {
     EXPECT_EQ(Reason::Gone, set(KEY_BRIGHTNESS, 70).refusal.reason);
 }
 
+TEST_F(HostCamera, SaysOfEachKeyWhetherItHasAnEffectNow) {
+    start();
+    const struct {
+        std::vector<Pair> values;
+        bool dryRun;
+        bool idle; ///< the last one
+    } rows[] = {
+        {{{KEY_FIX_GAIN, 69}}, false, true},
+        {{{KEY_EXPOSE_MODE, 1}, {KEY_FIX_GAIN, 70}}, true, false}, // it would have one
+        {{{KEY_EXPOSE_MODE, 1}, {KEY_FIX_GAIN, 70}}, false, false},
+        {{{KEY_EXPOSE_MODE, 0}, {KEY_FIX_GAIN, 71}}, false, true},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = perform(SetValues{row.values, {}, {}, row.dryRun});
+        const std::string text = sentence(*camera.snapshot(), outcome.keys.back());
+        EXPECT_EQ(row.idle, text.find("It has no effect now") != std::string::npos) << text;
+    }
+}
+
 TEST_F(HostCamera, RecordsOnlyInTheSchemeThatIsMeant) {
     start();
     perform(SetMode{false});
@@ -157,6 +176,31 @@ TEST_F(HostCamera, TriesAValueAndTakesItBack) {
     EXPECT_EQ(50, stored(0, KEY_BRIGHTNESS));
     EXPECT_EQ(90, stored(0, KEY_NTD_THR));
     EXPECT_FALSE(camera.snapshot()->trial);
+}
+
+TEST_F(HostCamera, AppliesNoTimeWindow) {
+    start();
+    const Pair window = {KEY_SCHEME_START_HOUR, 3};
+    const Pair contrast = {KEY_CONTRAST, 9};
+    const struct {
+        Operation operation;
+        Result result;
+        KeyResult first;
+        int contrast;
+    } rows[] = {
+        {TryValues{{window}, 5, {}}, Result::Refused, KeyResult::Refused, 128},
+        {TryValues{{contrast, window}, 5, {}}, Result::Refused, KeyResult::NotTried, 128},
+        {ApplyValues{{window}}, Result::Refused, KeyResult::Refused, 128},
+        {ApplyValues{{window, contrast}}, Result::Done, KeyResult::NotTried, 9},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = perform(row.operation);
+        EXPECT_EQ(row.result, outcome.result);
+        EXPECT_EQ(row.first, outcome.keys[0].result);
+        EXPECT_EQ(row.contrast, sensorValue(KEY_CONTRAST));
+        EXPECT_FALSE(camera.snapshot()->trial);
+        EXPECT_EQ(0, stored(0, KEY_SCHEME_START_HOUR));
+    }
 }
 
 TEST_F(HostCamera, RunsDryWithoutATrace) {
@@ -230,6 +274,8 @@ TEST_F(HostCamera, ChecksATextWholeBeforeItChangesAnything) {
     EXPECT_EQ(7, sensorValue(KEY_BRIGHTNESS));
     EXPECT_EQ(0, camera.snapshot()->unsaved);
     // What only the device refuses takes everything back that went before.
+    perform(TryValues{{{KEY_BRIGHTNESS, 5}}, 3600, {}});
+    const std::uint64_t tried = camera.journal().sequence();
     simulated_ia::fail(KEY_SATURATION, -1);
     outcome = perform(Import{"[scheme 1]\n34=9\n[scheme 0]\n34=8\nsaturation=8\ngamma=1\n", false});
     EXPECT_EQ(Result::Refused, outcome.result);
@@ -239,6 +285,13 @@ TEST_F(HostCamera, ChecksATextWholeBeforeItChangesAnything) {
     EXPECT_EQ(0, camera.snapshot()->unsaved);
     EXPECT_EQ(0U, outcome.entry);
     perform(Settle{});
+    EXPECT_EQ(5, sensorValue(KEY_BRIGHTNESS)) << "the trial goes on";
+    EXPECT_TRUE(camera.snapshot()->trial);
+    bool complete = false;
+    for (const Journal::Entry& entry : camera.journal().since(tried, complete)) {
+        EXPECT_NE(JournalEntry::Kind::Trial, entry->kind) << entry->note;
+    }
+    EXPECT_TRUE(perform(DropTrial{}).done());
     EXPECT_EQ(7, sensorValue(KEY_BRIGHTNESS));
 }
 
@@ -338,27 +391,35 @@ TEST_F(HostCamera, AWindowAcrossMidnightIsRecordedInBothSchemesOrInNone) {
     const auto values = [this](int scheme) {
         return *camera.snapshot()->schemes[static_cast<std::size_t>(scheme)].values;
     };
-    const std::vector<int> before[] = {values(0), values(1)};
-    int refused = 0;
-    for (unsigned long n = 1; n < 80; ++n) {
-        simulated_ia::failNthCall(n, -1);
-        const Outcome outcome = perform(SetWindows{{{0, {true, 18, 0, 6, 30}}}, {}, 1});
-        simulated_ia::failNthCall(0, 0);
-        if (outcome.done()) {
-            EXPECT_EQ(18, stored(0, KEY_SCHEME_START_HOUR));
-            EXPECT_EQ(24, stored(0, KEY_SCHEME_END_HOUR));
-            EXPECT_EQ(30, stored(1, KEY_SCHEME_END_MIN));
-            EXPECT_EQ(30, stored(1, KEY_SHARPNESS));
-            EXPECT_TRUE(perform(Undo{outcome.entry}).done());
-        } else {
-            ++refused;
-            EXPECT_EQ(Result::Refused, outcome.result);
-            EXPECT_EQ(0U, outcome.entry);
+    const auto refusals = [&](const Operation& operation) { // each call fails once
+        const std::vector<int> before[] = {values(0), values(1)};
+        int refused = 0;
+        for (unsigned long n = 1; n < 80; ++n) {
+            simulated_ia::failNthCall(n, -1);
+            const Outcome outcome = perform(operation);
+            simulated_ia::failNthCall(0, 0);
+            if (outcome.done()) {
+                EXPECT_NE(before[0], values(0));
+                EXPECT_NE(before[1], values(1));
+                EXPECT_TRUE(perform(Undo{outcome.entry}).done());
+            } else {
+                ++refused;
+                EXPECT_EQ(Result::Refused, outcome.result);
+                EXPECT_EQ(0U, outcome.entry);
+            }
+            EXPECT_EQ(before[0], values(0)) << n;
+            EXPECT_EQ(before[1], values(1)) << n;
         }
-        ASSERT_EQ(before[0], values(0)) << n;
-        ASSERT_EQ(before[1], values(1)) << n;
-    }
-    EXPECT_GT(refused, 2);
+        return refused;
+    };
+    const SetWindows split = {{{0, {true, 18, 0, 6, 30}}}, {}, 1};
+    EXPECT_GT(refusals(split), 2);
+    const Outcome outcome = perform(split);
+    EXPECT_EQ(18, stored(0, KEY_SCHEME_START_HOUR));
+    EXPECT_EQ(24, stored(0, KEY_SCHEME_END_HOUR));
+    EXPECT_EQ(30, stored(1, KEY_SCHEME_END_MIN));
+    EXPECT_EQ(30, stored(1, KEY_SHARPNESS));
+    EXPECT_GT(refusals(Undo{outcome.entry}), 2) << "and nothing is in the way of another try";
     EXPECT_TRUE(soon([this] { return sensorValue(KEY_SHARPNESS) == stored(1, KEY_SHARPNESS); }));
     for (const SetWindows& wrong :
          {SetWindows{{{0, {true, 18, 0, 6, 0}}}, {}, 0},    // needs another one

@@ -162,7 +162,16 @@ done <<'END'
 --trace /dev/full -c status|1 *'/dev/full' could not be written
 window 0 22:00-06:00|3 *needs two schemes*nothing is changed
 window 9 00:00-06:00|3 *no scheme '9'
+try 1 start_hour=3|3 *a time window is not applied
+-c 'apply contrast=9,start_hour=3'|0 *not tried: a time window is not applied
 get brigtness|3 *did you mean 'brightness'?
+fail brigtness -1|3 *did you mean 'brightness'?
+limit brigtness 1 1|3 *did you mean 'brightness'?
+compliance brigtness|3 *did you mean 'brightness'?
+copy 0 9|3 *no scheme '9'
+copy 0 x|3 *no scheme 'x'
+save x|3 *no scheme 'x'
+save 9|3 *no scheme '9'
 undo|3 *nothing that was asked for is left to take back
 keep|3 *nothing is on trial
 -c 'mode 0' -c 'scheme 0' -c 'fail 34 -9 1' -c 'set contrast=1,brightness=44,saturation=3'|1 *the layer failed (code -9)*Saturation was not tried.
@@ -245,12 +254,19 @@ mode manual|0 mode 0;
 scheme 0|0 scheme 0;
 set contrast=41|0 set done;  Contrast is 41 *;
 get Contrast|0 get (2353,41);
+set contrast=41 Exposure mode=Shutter priority  mirror=off, Longest shutter=1/25|0 set done;*mode is Shutter priority now.;*shutter is 1/25 now.;
+set Exposure mode=automatic|0 set done;  Exposure mode is Automatic now.;
+set mirror=off Exposure mode=manual|3 *'off Exposure'*
+set contrast=41 mirror|2 *'mirror' is no parameter*
 set contrast=999|3 set rejected;imgctl: set: Contrast takes 0..255; 999 was refused. 41 stays in force.;
+try 3600 contrast=42|0 try done;  Contrast is 42 on trial; it is not recorded.;  On trial for 3600 *;
+drop|0 drop done;
 explain contrast --json|0 {"key":2353,*};
 export -|0 *[[]scheme 0[]]*;
 get nothing at all|3 *no key 'nothing'*
 all|0 all (8000,*;
 wdr 0|0 wdr mode=0 allowed=0;
+wdr 0 --json|0 {*"symbol":"KEY_WDR_MODE"*};
 light 50|0 light 50;
 snapshot WORK/picture.jpg|0 snapshot * 640x360;
 try 30 contrast=7|0 try done;*

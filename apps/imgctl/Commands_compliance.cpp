@@ -19,14 +19,14 @@ Status runCompliance(const Call& call) {
         u32 key = 0;
         std::string problem;
         if (!readKey(*now, call.arguments[0], key, problem)) {
-            return call.refuse(Status::usage, problem);
+            return call.refuse(Status::rejected, problem);
         }
         const auto found =
             std::find_if(commands.begin(), commands.end(),
                          [key](const compliance::Command& command) { return command.key == key; });
         if (found == commands.end()) {
-            return call.refuse(Status::usage, "no command of the layer carries " +
-                                                  host::quoted(call.arguments[0]));
+            return call.refuse(Status::rejected, "no command of the layer carries " +
+                                                     host::quoted(call.arguments[0]));
         }
         only = &*found;
     }

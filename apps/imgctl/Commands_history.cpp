@@ -86,9 +86,9 @@ Status runWatch(const Call& call) {
             call.told(answer, status);
             return status;
         }
-        if (after.empty()) {
+        if (after.empty() && !call.json) {
             call.answer("from " + numberOf(answer.document, "sequence"));
-        } else {
+        } else if (!after.empty()) {
             const Json& entries = answer.document["entries"];
             for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
                 printLine(call.json ? host::api::text(*entry) : entryText(*entry));

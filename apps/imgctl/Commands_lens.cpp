@@ -160,6 +160,9 @@ Status runWdr(const Call& call) {
             return status;
         }
     }
+    if (call.told(mode, status)) {
+        return status;
+    }
     const std::string hardware = numberOf(mode.document, "hardware", "");
     if (hardware.empty()) {
         return layerRefused(call);

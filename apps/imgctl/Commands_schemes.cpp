@@ -63,6 +63,11 @@ bool isMinuteOfDay(const std::string& text, int& minute) {
     return true;
 }
 
+/// What is no number is no scheme either: the same fault as a number of none.
+Status noScheme(const Call& call, const std::string& text) {
+    return call.refuse(Status::rejected, "there is no scheme " + host::quoted(text));
+}
+
 Status answerWindow(const Call& call, const std::string& number) {
     const Answer answer = call.ask("GET", "/schemes/" + number);
     Status status = Status::done;
@@ -196,7 +201,7 @@ Status runName(const Call& call) {
 Status runCopy(const Call& call) {
     int to = 0;
     if (!host::readInt(call.arguments[1], to)) {
-        return call.refuse(Status::usage, host::quoted(call.arguments[1]) + " is no scheme");
+        return noScheme(call, call.arguments[1]);
     }
     const Answer answer =
         call.ask("POST", "/schemes/" + call.arguments[0] + "/copy", Json{{"to", to}});
@@ -316,8 +321,12 @@ Status runFlush(const Call& call) {
                 body["scheme"] = scheme["number"];
             }
         }
+        int scheme = 0;
+        if (!call.arguments.empty() && !host::readInt(call.arguments[0], scheme)) {
+            return noScheme(call, call.arguments[0]);
+        }
         if (!call.arguments.empty()) {
-            body["scheme"] = typedValue(call.arguments[0]);
+            body["scheme"] = scheme;
         }
     }
     const Answer answer = call.ask("POST", "/save", body);

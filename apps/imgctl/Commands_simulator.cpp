@@ -23,7 +23,7 @@ Status runFail(const Call& call) {
     int count = 0;
     std::string problem;
     if (!readLayerCommand(*call.camera().snapshot(), call.arguments[0], command, problem)) {
-        return call.refuse(Status::usage, problem);
+        return call.refuse(Status::rejected, problem);
     }
     if (!host::readInt(call.arguments[1], code)) {
         return noNumber(call, "CODE", call.arguments[1], "a number; 0 ends the failures");
@@ -55,7 +55,7 @@ Status runLimit(const Call& call) {
     int defaultValue = 0;
     std::string problem;
     if (!readLayerCommand(*call.camera().snapshot(), call.arguments[0], command, problem)) {
-        return call.refuse(Status::usage, problem);
+        return call.refuse(Status::rejected, problem);
     }
     if (!host::readInt(call.arguments[1], defaultValue)) {
         return noNumber(call, "DEFAULT", call.arguments[1], "a number");
@@ -85,7 +85,7 @@ Status runUnlimit(const Call& call) {
     u32 command = 0;
     std::string problem;
     if (!readLayerCommand(*call.camera().snapshot(), call.arguments[0], command, problem)) {
-        return call.refuse(Status::usage, problem);
+        return call.refuse(Status::rejected, problem);
     }
     if (!host::simulator::unlimit(command)) {
         return call.refuse(Status::failed,

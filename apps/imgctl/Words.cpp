@@ -10,13 +10,33 @@ namespace {
 
 constexpr int kEnglish = 0;
 
+/// Where "key=value" ends that begins at a position. Names may hold blanks, of keys and of choices:
+/// a blank ends it behind a number, and before a word with "=" of its own.
+std::size_t endOfPair(const std::string& text, std::size_t begin) {
+    const std::size_t end = std::min(text.find_first_of("(,", begin), text.size());
+    const std::size_t value = text.find('=', begin);
+    if (value >= end) {
+        return end;
+    }
+    std::size_t blank = text.find_first_of(" \t", text.find_first_not_of(" \t", value + 1));
+    for (; blank < end; blank = text.find_first_of(" \t", blank + 1)) {
+        long long number = 0;
+        const std::string next = text.substr(blank + 1, end - blank - 1);
+        if (host::readNumber(host::trim(text.substr(value + 1, blank - value - 1)), number) ||
+            next.find('=') < next.find_first_of(" \t")) {
+            return blank;
+        }
+    }
+    return end;
+}
+
 /// Reads the parameter that begins at a position, "(key,value)" or
 /// "key=value", and goes on behind it.
 bool nextPair(const std::string& text, std::size_t& position, std::string& key, std::string& value,
               std::string& problem) {
     const bool bracketed = text[position] == '(';
-    const std::size_t end = std::min(
-        bracketed ? text.find(')', position) : text.find_first_of(" \t(,", position), text.size());
+    const std::size_t end =
+        bracketed ? std::min(text.find(')', position), text.size()) : endOfPair(text, position);
     const bool closed = !bracketed || end < text.size();
     const std::size_t begin = position + (bracketed ? 1 : 0);
     const std::string inside = text.substr(begin, end - begin);

@@ -54,7 +54,7 @@ Json keyDocument(const Snapshot& snapshot, const KeyOutcome& outcome, int langua
     result["value_text"] = valueTextOf(snapshot, outcome.key, outcome.taken, language);
     result["outcome"] = resultName(outcome.result);
     result["text"] = sentence(snapshot, outcome, language);
-    if (outcome.result == KeyResult::Refused) {
+    if (outcome.refusal.reason != Reason::None) {
         result["code"] = kindOf(outcome.refusal.reason).code;
         addRefusal(result, snapshot, outcome.refusal, language);
     }
@@ -193,7 +193,7 @@ ProblemKind kindOf(Reason reason) {
         case Reason::Conflict:
             return {409, "scheme_conflict", "Another scheme is in force"};
         case Reason::Window:
-            return {422, "window", "The time window is out of order"};
+            return {422, "window", "The time window is not taken"};
         case Reason::Storage:
             return {507, "storage", "Not saved"};
         case Reason::Text:

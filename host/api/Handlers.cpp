@@ -305,10 +305,16 @@ bool postActivate(const Context& context, host::Request& operation, Problem& fau
 
 bool postCopy(const Context& context, host::Request& operation, Problem& fault) {
     CopyScheme copy{};
+    std::optional<int> to;
     Body body(context, fault);
-    if (!readSchemeOf(context, context.match[0], copy.from, fault) ||
-        !body.number("to", 0, static_cast<int>(context.snapshot.schemes.size()) - 2, copy.to) ||
+    if (!readSchemeOf(context, context.match[0], copy.from, fault) || !body.number("to", to) ||
         !body.flag("window", copy.window) || !body.end()) {
+        return false;
+    }
+    if (!to) {
+        return fault.badRequest("'to' is missing.");
+    }
+    if (!readSchemeOf(context, std::to_string(*to), copy.to, fault)) {
         return false;
     }
     operation.operation = copy;
