@@ -189,8 +189,7 @@ StartProblem Camera::Core::open() {
         return problem;
     }
     openClock();
-    startLibrary();
-    return problem;
+    return startLibrary();
 }
 
 StartProblem Camera::Core::openTree() {
@@ -232,17 +231,21 @@ StartProblem Camera::Core::checkSavedFor() {
     m_identity = identityOf(deviceType, module.getModuleId(), module.getDetail());
     m_problems = treeProblems(deviceType);
     const std::string other = savedForOther(m_identity, deviceType);
-    if (other.empty() || m_options.convert) {
+    if (other.empty()) {
         return {};
     }
+    // Without its style nothing has a place on a camera, so nothing could be carried over.
     std::string broken;
-    for (const std::string& problem : m_problems) {
+    for (const std::string& problem : m_options.convert ? styleProblems(deviceType) : m_problems) {
         broken += "; " + problem;
     }
     if (!broken.empty()) { // which may be all that differs
         return failed(StartProblem::Kind::Tree,
                       "the device tree " + quoted(linux_framework::deviceRoot()) +
                           " is not whole, and its schemes do not fit: " + other + broken);
+    }
+    if (m_options.convert) {
+        return {};
     }
     return failed(StartProblem::Kind::Tree, "the schemes of the device tree " +
                                                 quoted(linux_framework::deviceRoot()) +
@@ -291,7 +294,17 @@ void Camera::Core::openClock() {
     }
 }
 
-void Camera::Core::startLibrary() {
+StartProblem Camera::Core::startLibrary() {
+    int deviceType = 0;
+    const ModuleConfigure module = moduleOf(m_options, deviceType);
+    SavedStart saved;
+    std::string text;
+    if (!prepareSaved(m_identity, deviceType, saved, text)) {
+        return failed(StartProblem::Kind::File,
+                      "the saved schemes stay as they are, as they could not be put aside or "
+                      "brought back: " +
+                          text);
+    }
     m_video = std::make_unique<Video>(m_options.framesPerSecond);
     m_video->traceTo(m_options.trace);
     m_controller = std::make_unique<ISensorController>();
@@ -305,19 +318,20 @@ void Camera::Core::startLibrary() {
     m_mustSend.clear();
     m_gone = m_layer->state() == image_adjust::DeviceState::Gone;
     const image_adjust::OperationScope scope(++m_operation);
-    int deviceType = 0;
-    const ModuleConfigure module = moduleOf(m_options, deviceType);
-    const std::map<int, std::vector<KeyVal>> other = savedForOther(m_identity, deviceType).empty()
-                                                         ? std::map<int, std::vector<KeyVal>>()
-                                                         : putSavedAside();
     // The library's first pass would pause a second; nobody is to wait for that.
     m_pauses.raise();
     m_controller->init(module);
     m_pauses.clear();
     m_uiTexts.provide();
     loadAll();
-    if (!other.empty()) {
-        carryOver(other);
+    if (!saved.aside.empty() && !carryOver(saved, text)) {
+        return failed(StartProblem::Kind::File,
+                      "the saved schemes were not carried over, the next start finds them as they "
+                      "were: " +
+                          text);
+    }
+    if (saved.untouched) {
+        rememberUntouched(m_identity);
     }
     m_pictureBeside = pictureBeside(m_options.layer);
     if (m_pictureBeside != nullptr) {
@@ -329,6 +343,7 @@ void Camera::Core::startLibrary() {
                          [this](int scheme) { return commandValues(*snapshot(), scheme); });
     settle(false);
     publish();
+    return {};
 }
 
 /// Everything that is known of the library's state, anew: after a start and a reset.

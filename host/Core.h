@@ -31,6 +31,8 @@
 
 namespace host {
 
+struct SavedStart;
+
 /// One request while it is worked on.
 struct Work {
     const Origin& origin;
@@ -103,10 +105,10 @@ private:
     StartProblem openTree();
     StartProblem openLayerAndLock();
     void openClock();
-    void startLibrary();
+    StartProblem startLibrary();
     void loadAll();
     StartProblem checkSavedFor();
-    void carryOver(const std::map<int, std::vector<KeyVal>>& schemes); // Core_convert.cpp
+    bool carryOver(const SavedStart& saved, std::string& problem); // Core_convert.cpp
     void close();
     Outcome execute(const Request& request);
     void finish(Work& work);

@@ -332,7 +332,6 @@ void Camera::Core::handle(const Reset& /*operation*/, Work& work) {
     }
     m_overlays.clear();
     m_controller->resetParameters();
-    forgetSavedFor();
     m_uiTexts.provide();
     m_bySchedule = true;
     loadAll();
@@ -358,6 +357,9 @@ void Camera::Core::handle(const Reset& /*operation*/, Work& work) {
             work.outcome.result = Result::Partly;
             work.outcome.refusal = outcome.refusal;
         }
+    }
+    if (work.outcome.done()) {
+        rememberUntouched(m_identity);
     }
 }
 

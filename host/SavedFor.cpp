@@ -1,5 +1,6 @@
 #include "host/SavedFor.h"
 
+#include <unistd.h>
 #include <algorithm>
 #include <climits>
 #include <filesystem>
@@ -9,6 +10,7 @@
 #include "LinuxFramework.h"
 #include "SensorConfig.h"
 #include "SensorPaths.h"
+#include "SySystem.h"
 #include "host/Catalogue.h"
 #include "host/DeviceTree.h"
 #include "host/SchemeFiles.h"
@@ -19,6 +21,18 @@ namespace host {
 namespace {
 
 constexpr std::size_t kLongest = 1UL << 20;
+
+// Lines of the kept text that are no part of the identity.
+constexpr char kUntouched[] = "untouched ";
+constexpr char kCarrying[] = "carrying over ";
+constexpr char kBefore[] = ".before";
+
+/// What is kept beside the schemes.
+struct Kept {
+    std::string identity;  ///< empty: nothing is kept, or it cannot be read now
+    std::string untouched; ///< a sum over the files as the library made them
+    std::string ending;    ///< of the originals, while they are carried over
+};
 
 std::string styleFile(int deviceType) {
     return std::string(sensor_paths::kStyles) +
@@ -70,11 +84,11 @@ std::string rangesOfStyle(const std::string& text) {
 }
 
 /// A saved value that a style does not take, as a part of a sentence; "" where there is none.
-std::string outsideOf(const std::string& style) {
+std::string outsideOf(const std::string& style, const std::string& ending) {
     const std::shared_ptr<const Catalogue> controls = controlsOf(style);
     for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
         std::vector<KeyVal> values;
-        savedValues(scheme, values);
+        savedValues(scheme, values, ending);
         for (const KeyVal& value : values) {
             const Parameter* const about = controls->find(value.key);
             if (about != nullptr && about->style &&
@@ -96,19 +110,148 @@ std::string lineOf(const std::string& text, const std::string& name) {
                : lines.substr(begin + 1, lines.find('\n', begin + 1) - begin - 1);
 }
 
-bool anythingSaved() {
+bool startsWith(const std::string& text, const std::string& with) {
+    return text.compare(0, with.size(), with) == 0;
+}
+
+Kept readKept() {
+    Kept kept;
+    std::string text;
+    readDeviceFile(sensor_paths::kSavedFor, kLongest, text);
+    for (std::size_t position = 0; position < text.size();) {
+        const std::size_t end = std::min(text.find('\n', position), text.size());
+        const std::string line = text.substr(position, end - position);
+        if (startsWith(line, kUntouched)) {
+            kept.untouched = line.substr(sizeof kUntouched - 1);
+        } else if (startsWith(line, std::string(kCarrying) + kBefore) &&
+                   line.find('/') == std::string::npos) {
+            kept.ending = line.substr(sizeof kCarrying - 1);
+        } else {
+            kept.identity += line + "\n";
+        }
+        position = end + 1;
+    }
+    return kept;
+}
+
+bool writeKept(const Kept& kept, std::string& problem) {
+    const auto line = [](const char* name, const std::string& value) {
+        return value.empty() ? value : name + value + "\n";
+    };
+    return writeDeviceFile(
+        sensor_paths::kSavedFor,
+        kept.identity + line(kUntouched, kept.untouched) + line(kCarrying, kept.ending), problem);
+}
+
+bool exists(const std::string& path) {
+    return sy_access(path.c_str(), F_OK) == 0;
+}
+
+bool anythingSaved(const std::string& ending) {
     std::vector<KeyVal> values;
     for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
-        if (savedValues(scheme, values) == FileState::Unreadable || !values.empty()) {
+        if (savedValues(scheme, values, ending) == FileState::Unreadable || !values.empty()) {
             return true;
         }
     }
     return false;
 }
 
+std::string sumOfSchemes() {
+    std::string all;
+    std::string content;
+    for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
+        if (readDeviceFile(schemeFile(scheme), kLongest, content)) {
+            all += std::to_string(scheme) + " " + std::to_string(content.size()) + " " + content;
+        }
+    }
+    return sumOf(all);
+}
+
+/// Whoever saved, and whatever then kept the line from being removed, the files tell.
+bool isUntouched(const Kept& kept) {
+    return !kept.untouched.empty() && kept.untouched == sumOfSchemes();
+}
+
 std::string onHost(const std::string& path) {
     char name[PATH_MAX];
     return linux_framework::hostPath(path.c_str(), name, sizeof name) ? name : std::string();
+}
+
+/// The first of ".before", ".before2" ... that no file of a scheme has: what was put aside once
+/// is never overwritten.
+std::string freeEnding() {
+    for (int number = 1;; ++number) {
+        const std::string ending = kBefore + (number == 1 ? std::string() : std::to_string(number));
+        bool taken = false;
+        for (int scheme = 0; scheme < SENSOR_SCHEME_MAX && !taken; ++scheme) {
+            std::error_code error; // a link that leads nowhere is there all the same
+            taken = std::filesystem::exists(
+                std::filesystem::symlink_status(onHost(schemeFile(scheme) + ending), error));
+        }
+        if (!taken) {
+            return ending;
+        }
+    }
+}
+
+/// The content of every scheme's file, or of the copy with that ending.
+bool readSchemes(const std::string& ending, std::map<int, std::string>& files,
+                 std::string& problem) {
+    for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
+        const std::string file = schemeFile(scheme) + ending;
+        if (exists(file) && !readDeviceFile(file, kLongest, files[scheme])) {
+            problem = onHost(file) + " cannot be read";
+            return false;
+        }
+    }
+    return true;
+}
+
+bool writeSchemes(const std::string& ending, const std::map<int, std::string>& files,
+                  std::string& problem) {
+    return std::all_of(files.begin(), files.end(), [&](const auto& file) {
+        return writeDeviceFile(schemeFile(file.first) + ending, file.second, problem);
+    });
+}
+
+bool removeSchemes(std::string& problem) {
+    for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
+        std::error_code error;
+        const std::string file = onHost(schemeFile(scheme));
+        std::filesystem::remove(file, error);
+        if (error) {
+            problem = file + " cannot be removed: " + error.message();
+            return false;
+        }
+    }
+    return true;
+}
+
+/// The copies are complete and remembered before anything is removed.
+bool putAside(Kept kept, SavedStart& start, std::string& problem) {
+    const bool begun = !kept.ending.empty(); // by a start that came to no end
+    if (!readSchemes(kept.ending, start.aside, problem)) {
+        return false;
+    }
+    start.ending = begun ? kept.ending : freeEnding();
+    kept.ending = start.ending;
+    kept.untouched.clear();
+    return (begun || (keepAside(start, problem) && writeKept(kept, problem))) &&
+           removeSchemes(problem);
+}
+
+/// What carrying over left in their place is made of nothing but them.
+bool bringBack(Kept kept, std::string& problem) {
+    std::map<int, std::string> originals;
+    if (!readSchemes(kept.ending, originals, problem)) {
+        return false;
+    }
+    if (!originals.empty() && (!removeSchemes(problem) || !writeSchemes("", originals, problem))) {
+        return false;
+    }
+    kept.ending.clear();
+    return writeKept(kept, problem);
 }
 
 void check(const std::string& path, std::vector<std::string>& problems) {
@@ -131,56 +274,72 @@ std::string identityOf(int deviceType, int module, const std::string& detail) {
 }
 
 std::string savedForOther(const std::string& identity, int deviceType) {
-    std::string before;
-    if (!readDeviceFile(sensor_paths::kSavedFor, kLongest, before) || before == identity ||
-        !anythingSaved()) {
+    const Kept kept = readKept();
+    if (kept.identity.empty() || kept.identity == identity || !anythingSaved(kept.ending) ||
+        isUntouched(kept)) {
         return "";
     }
     for (const char* const name : {"device type", "module", "detail", "style"}) {
-        const std::string was = lineOf(before, name);
+        const std::string was = lineOf(kept.identity, name);
         const std::string is = lineOf(identity, name);
         if (was != is) {
             return "they were saved for " + printable(was) + ", this is " + is;
         }
     }
     // Other ranges matter where a value no longer fits.
-    const std::string was = lineOf(before, "ranges");
-    return was.empty() || was == lineOf(identity, "ranges") ? std::string()
-                                                            : outsideOf(styleText(deviceType));
+    const std::string was = lineOf(kept.identity, "ranges");
+    return was.empty() || was == lineOf(identity, "ranges")
+               ? std::string()
+               : outsideOf(styleText(deviceType), kept.ending);
 }
 
-void rememberSavedFor(const std::string& identity) {
+bool prepareSaved(const std::string& identity, int deviceType, SavedStart& start,
+                  std::string& problem) {
+    const Kept kept = readKept();
+    if (!savedForOther(identity, deviceType).empty()) {
+        return putAside(kept, start, problem);
+    }
+    if (!kept.ending.empty()) {
+        return bringBack(kept, problem);
+    }
+    start.untouched = isUntouched(kept);
+    if (start.untouched && kept.identity != identity && !removeSchemes(problem)) {
+        return false;
+    }
+    // Whose the files are is kept before the library makes them, for a start that is killed.
+    const bool nothing = !anythingSaved("");
+    if (nothing || !exists(sensor_paths::kSavedFor)) {
+        rememberSavedFor(identity);
+    }
+    start.untouched = start.untouched || nothing;
+    return true;
+}
+
+bool keepAside(const SavedStart& start, std::string& problem) {
+    return writeSchemes(start.ending, start.aside, problem);
+}
+
+bool rememberSavedFor(const std::string& identity) {
     std::string before;
     std::string problem;
-    if (!readDeviceFile(sensor_paths::kSavedFor, kLongest, before) || before != identity) {
-        writeDeviceFile(sensor_paths::kSavedFor, identity, problem);
-    }
+    return (readDeviceFile(sensor_paths::kSavedFor, kLongest, before) && before == identity) ||
+           writeKept({identity, "", ""}, problem);
 }
 
-void forgetSavedFor() {
-    std::error_code error;
-    std::filesystem::remove(onHost(sensor_paths::kSavedFor), error);
+void rememberUntouched(const std::string& identity) {
+    std::string problem;
+    writeKept({identity, sumOfSchemes(), ""}, problem);
 }
 
-std::map<int, std::vector<KeyVal>> putSavedAside() {
-    std::map<int, std::vector<KeyVal>> all;
-    for (int scheme = 0; scheme < SENSOR_SCHEME_MAX; ++scheme) {
-        std::vector<KeyVal> values;
-        if (savedValues(scheme, values) == FileState::Missing) {
-            continue;
-        }
-        const std::string file = onHost(schemeFile(scheme));
-        std::error_code error;
-        std::filesystem::rename(file, file + ".before", error);
-        all[scheme] = std::move(values);
-    }
-    return all;
-}
-
-std::vector<std::string> treeProblems(int deviceType) {
+std::vector<std::string> styleProblems(int deviceType) {
     std::vector<std::string> problems;
     check(sensor_paths::kModuleList, problems);
     check(styleFile(deviceType), problems);
+    return problems;
+}
+
+std::vector<std::string> treeProblems(int deviceType) {
+    std::vector<std::string> problems = styleProblems(deviceType);
     const std::string languages = sensor_paths::kLanguages;
     std::error_code error;
     for (std::filesystem::directory_iterator entry(onHost(languages), error), end;

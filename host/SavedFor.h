@@ -14,23 +14,42 @@ namespace host {
 std::string identityOf(int deviceType, int module, const std::string& detail);
 
 /// What differs from the camera that the saved schemes belong to, as a part of a sentence:
-/// "they were saved for device type 1, this is device type 4"; "" where nothing does, or
-/// nothing is saved. A style is another one by its keys, or by its ranges where a saved
-/// value is outside of them.
+/// "they were saved for device type 1, this is device type 4"; "" where nothing does, nothing is
+/// saved, or the files are still as the library made them. A style is another one by its keys, or
+/// by its ranges where a saved value is outside of them.
 std::string savedForOther(const std::string& identity, int deviceType);
 
-/// Keeps the identity. Where it cannot be written, the next start asks nothing.
-void rememberSavedFor(const std::string& identity);
+/// What the library finds saved when it starts.
+struct SavedStart {
+    /// Another camera's files, to be carried over: their content by scheme. They are out of the
+    /// library's way; copies of them stay beside, under their names with this ending.
+    std::map<int, std::string> aside;
+    std::string ending;
+    bool untouched = false; ///< nobody has saved anything
+};
 
-/// Nothing is saved any more but what every camera makes for itself.
-void forgetSavedFor();
+/// To be called before the library's init, which would take another camera's files by position.
+/// Puts those aside that savedForOther() tells of, or brings them back to the camera that they
+/// belong to, where carrying them over came to no end; removes another camera's that nobody has
+/// saved. Wherever this is interrupted, the next start finds the originals.
+/// @param problem  receives what cannot be read or written; what was saved is still found then
+bool prepareSaved(const std::string& identity, int deviceType, SavedStart& start,
+                  std::string& problem);
 
-/// Reads what is saved and puts the files aside, as "sensor0.cfg.before".
-/// @return the records by scheme
-std::map<int, std::vector<KeyVal>> putSavedAside();
+/// Makes the copies again that the library removed: it does with everything of another version.
+bool keepAside(const SavedStart& start, std::string& problem);
 
-/// What of the device tree is missing or broken and would spoil the user
-/// interface, each with its path.
+/// Keeps whose the saved schemes are; what was put aside is carried over then.
+/// @return false where it cannot be written
+bool rememberSavedFor(const std::string& identity);
+
+/// The same for scheme files that the library has made, until one is saved.
+void rememberUntouched(const std::string& identity);
+
+/// What of that is missing or broken which decides what a scheme is made of, each with its path.
+std::vector<std::string> styleProblems(int deviceType);
+
+/// The same with what would only spoil the user interface.
 std::vector<std::string> treeProblems(int deviceType);
 
 } // namespace host

@@ -41,15 +41,23 @@ std::vector<KeyVal> factoryValues() {
     return values;
 }
 
-FileState savedValues(int scheme, std::vector<KeyVal>& values) {
-    const std::string name = schemeFile(scheme);
+std::vector<KeyVal> recordsOf(const std::string& content) {
+    std::vector<KeyVal> records(
+        std::min<std::size_t>(content.size() / sizeof(KeyVal), SENSOR_KEYVAL_MAX));
+    if (!records.empty()) {
+        std::memcpy(records.data(), content.data(), records.size() * sizeof(KeyVal));
+    }
+    return records;
+}
+
+FileState savedValues(int scheme, std::vector<KeyVal>& values, const std::string& ending) {
+    const std::string name = schemeFile(scheme) + ending;
     std::string bytes;
     values.clear();
     if (!readDeviceFile(name, kLongestFile, bytes)) {
         return sy_access(name.c_str(), F_OK) == 0 ? FileState::Unreadable : FileState::Missing;
     }
-    values.resize(std::min<std::size_t>(bytes.size() / sizeof(KeyVal), SENSOR_KEYVAL_MAX));
-    std::memcpy(values.data(), bytes.data(), values.size() * sizeof(KeyVal));
+    values = recordsOf(bytes);
     return FileState::Read;
 }
 

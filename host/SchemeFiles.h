@@ -22,8 +22,12 @@ enum class FileState {
     Unreadable, ///< it is there, but cannot be read now
 };
 
+/// The records that the content of a scheme's file is made of.
+std::vector<KeyVal> recordsOf(const std::string& content);
+
 /// What a scheme's file holds.
-FileState savedValues(int scheme, std::vector<KeyVal>& values);
+/// @param ending  behind its name, for a copy beside it
+FileState savedValues(int scheme, std::vector<KeyVal>& values, const std::string& ending = "");
 
 /// Replaces a scheme's file and reads it back.
 /// @return why it does not hold the records afterwards; Reason::None when it does

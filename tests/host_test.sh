@@ -192,9 +192,25 @@ run empty --make-device -c 'scheme 0' -c 'set expose_mode=manual max_shutter=1/2
 expect 'made tree' "$status $(oneline "$work/answers")$(<"$work/err")" '0 *set done;keys [5-9][0-9];'
 run empty get max_shutter; expect 'kept there' "$status $(<"$work/out")" '0 get (49,3)'
 
-# What was saved for another kind of camera is carried over by key, when that is asked for
-run main --device-type 4 --convert -c 'mode 0' -c 'scheme 0' -c 'get brightness'
-expect 'converted' "$status $(oneline "$work/answers")$(<"$work/err")" '0 *get (34,61);imgctl: carried over *'
+# What was saved for another kind of camera is carried over by key, when that is asked for: there and
+# back; with a style that is broken it is not even then
+for style in '' '<'; do
+    rm -rf "$work/broken" && cp -r "$work/main" "$work/broken"
+    style_file=$work/broken/hd1/moduleConfig/sensorConfig/style/Style_dome.xml
+    if [ -n "$style" ]; then echo "$style" >"$style_file"; else rm "$style_file"; fi
+    run broken --device-type 4 --convert status
+    expect "broken by '$style'" "$status $(<"$work/err")" '1 *not whole*/Style_dome.xml is *'
+    diff -rq "$work/main" "$work/broken" | grep -v Style_dome.xml && failures=1
+done
+folder=$work/main/mnt/mtd/code/config_file
+for ending in before before2; do
+    mkdir "$work/was.$ending" && cp "$folder"/sensor?.cfg "$work/was.$ending"
+    run main --device-type "$([ $ending = before ] && echo 4 || echo 1)" --convert -c 'mode 0' -c 'scheme 0' -c 'get brightness'
+    expect 'converted' "$status $(oneline "$work/answers")$(<"$work/err")" \
+        "0 *get (34,61);imgctl: carried over * are kept as sensor0.cfg.$ending, sensor1.cfg.$ending*"
+    for file in "$work/was.$ending"/*; do cmp "$file" "$folder/${file##*/}.$ending" || failures=1; done
+done
+run main --device-type 4 --convert get brightness
 run main --device-type 4 get brightness; expect 'after a conversion' "$status $(<"$work/err")" '0 '
 
 # Other ranges matter where a saved value no longer fits, and what is broken is named with its place
@@ -209,7 +225,7 @@ done
 # What the sensor takes beyond its style is nobody else's
 run main -c 'set max_shutter=39 --save'
 run main get max_shutter; expect 'beyond the style' "$status $(oneline "$work/answers")" '0 get (49,39);'
-cp -r "$work/main" "$work/broken"
+rm -rf "$work/broken" && cp -r "$work/main" "$work/broken"
 rm "$work/broken/hd1/moduleConfig/sensorConfig/language/1/common.xml"
 run broken get contrast; expect 'missing' "$status $(<"$work/err")" '0 imgctl: /*/broken/hd1/*/1/common.xml is missing*'
 echo '<' >"$work/broken/hd1/moduleConfig/moduleConfig.xml"
