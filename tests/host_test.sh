@@ -106,11 +106,13 @@ expect 'files beside an export' "$(cd "$work" && ls -d .[!.]* exports/* exports/
     '.~notes.1.2 exports/.~notes.1.2 exports/link'
 
 # What is set in the layer and told to the video module, each value once; reads are left out
+late=1 between= # in an emulator the camera finds time to look, and to send again, before the last one
+[ ${#imgctl[@]} = 1 ] || { late=9 between='*'; }
 run main --trace "$work/trace" -c 'mode 0' -c 'scheme 0' -c 'set (34,62)' -c 'set (34,62)' \
-    -c 'set mirror=1' -c 'set (146,30)' -c day-night -c 'fail 34 -4 1' -c 'set (34,63)'
+    -c 'set mirror=1' -c 'set (146,30)' -c day-night -c "fail 34 -4 $late" -c 'set (34,63)'
 grep -Ev '^ia [0-9]+ [12] ' "$work/trace" >"$work/sets"
 expect 'trace' "$(oneline "$work/sets")" "*;ia 34 0 62 62 0;video 2384 1 0;ia 2384 0 1 1 0;$(
-    )ia 146 0 20,30 20,30 0;ia 34 0 63 63 -4;"
+    )ia 146 0 20,30 20,30 0;${between}ia 34 0 63 63 -4;$between"
 
 while IFS='|' read -r arguments commands answer; do # device types and clock, each on a new camera
     tree typed; eval "run typed $arguments" <<<"${commands//, /$'\n'}"
@@ -270,7 +272,7 @@ mode manual|0 mode 0;
 scheme 0|0 scheme 0;
 set contrast=41|0 set done;  Contrast is 41 *;
 get Contrast|0 get (2353,41);
-set contrast=41 Exposure mode=Shutter priority  mirror=off, Longest shutter=1/25|0 set done;*mode is Shutter priority now.;*shutter is 1/25 now.;
+set contrast=41 Exposure mode=Shutter priority  mirror=off, Longest shutter=1/25|0 set done;*mode is Shutter priority *;*shutter is 1/25 *
 set Exposure mode=automatic|0 set done;  Exposure mode is Automatic now.;
 set mirror=off Exposure mode=manual|3 *'off Exposure'*
 set contrast=41 mirror|2 *'mirror' is no parameter*

@@ -220,7 +220,8 @@ Identity Service::identify(const http::Request& request) {
         return {};
     }
     const std::string secret = cookieValue(*cookies, cookieName(request.encrypted));
-    // A page in sight reads by itself all the time; it is used when it asks for a change or a reason.
+    // A page in sight reads by itself all the time: it is used when it asks for a change, or
+    // for a reason.
     const bool used = request.method != "GET" || request.path == "/" ||
                       request.path.find("/explain") != std::string::npos;
     return m_sessions.find(secret, now(), used).value_or(Identity{});

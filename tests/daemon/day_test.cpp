@@ -232,7 +232,8 @@ show
 kill -TERM $pid; wait $pid; echo ended $?
 run
 show
-kill -KILL $pid
+kill -KILL $pid; wait $pid 2>/dev/null
+true
 )sh";
     std::string output;
     EXPECT_EQ(runProgram("bash", root + "/stop.sh", output), 0);
