@@ -232,7 +232,7 @@ show
 kill -TERM $pid; wait $pid; echo ended $?
 run
 show
-kill -KILL $pid; wait $pid 2>/dev/null
+{ kill -KILL $pid; wait $pid; } 2>/dev/null
 true
 )sh";
     std::string output;
