@@ -85,7 +85,7 @@ void OwnerLock::release() {
 
 std::string treeLockPath(const std::string& tree) {
     struct stat about {};
-    const std::string inTree = tree + "/.owner";
+    std::string inTree = tree + "/.owner";
     if (access(tree.c_str(), W_OK) == 0 || access(inTree.c_str(), R_OK) == 0 ||
         stat(tree.c_str(), &about) != 0) {
         return inTree;

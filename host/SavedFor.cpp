@@ -182,7 +182,7 @@ std::string onHost(const std::string& path) {
 /// is never overwritten.
 std::string freeEnding() {
     for (int number = 1;; ++number) {
-        const std::string ending = kBefore + (number == 1 ? std::string() : std::to_string(number));
+        std::string ending = kBefore + (number == 1 ? std::string() : std::to_string(number));
         bool taken = false;
         for (int scheme = 0; scheme < SENSOR_SCHEME_MAX && !taken; ++scheme) {
             std::error_code error; // a link that leads nowhere is there all the same
