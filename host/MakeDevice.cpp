@@ -18,6 +18,7 @@
 #include "ImageAdjust.h"
 #include "Layer.h"
 #include "SensorKeyTable.h"
+#include "SensorKeys.h"
 #include "SensorPaths.h"
 #include "host/DeviceTemplate.h"
 #include "host/Files.h"
@@ -27,16 +28,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using image_adjust::CommandState;
-
-constexpr int firstScheduleKey = 8000;
-constexpr int lastScheduleKey = 8004;
-constexpr int wideDynamicRange = 2368;
-constexpr int exposureMode = 16;
-constexpr int meterArea = 96;
-constexpr int irisPosition = 82;
-constexpr int focusPosition = 1552;
-constexpr int zoomPosition = 1568;
-constexpr int lamp = 160;
 
 constexpr std::uintmax_t largestText = 1U << 20U;
 
@@ -144,8 +135,8 @@ private:
             &root, TiXmlComment(" Made from what the camera tells of itself. To be made anew, "
                                 "not to be changed: texts are in the languages. "));
         forEachWithId(root, [this](TiXmlElement& element, int key) {
-            const bool stored = key >= firstScheduleKey && key <= lastScheduleKey;
-            if (stored || (key == 0 ? has(wideDynamicRange) : describe(element, key))) {
+            const bool stored = key >= int{KEY_SCHEME_ENABLE} && key <= int{KEY_SCHEME_END_MIN};
+            if (stored || (key == 0 ? has(KEY_WDR_MODE) : describe(element, key))) {
                 m_keys.insert(key);
             } else {
                 element.Parent()->RemoveChild(&element);
@@ -231,17 +222,17 @@ private:
     /// The name of a choice: one that the languages know, where it is one; else the device's own.
     std::string nameOf(int key, const CommandState::Choice& choice,
                        const CommandState& about) const {
-        if (key == exposureMode && choice.value >= 0 && choice.value < 4) {
+        if (key == KEY_EXPOSE_MODE && choice.value >= 0 && choice.value < 4) {
             constexpr const char* names[] = {"automatic", "manual", "shutterPriority",
                                              "manualIris"};
             const bool other = std::any_of(about.choices.begin(), about.choices.end(),
                                            [](const auto& one) { return one.value == 0; });
             // Without an iris it is the way to be automatic, or one of two.
-            return choice.value != 3 || has(irisPosition) ? names[choice.value]
-                   : other                                ? "aperturePriority"
-                                                          : "automatic";
+            return choice.value != 3 || has(KEY_IRIS_POSITION) ? names[choice.value]
+                   : other                                     ? "aperturePriority"
+                                                               : "automatic";
         }
-        if (key == meterArea && choice.value >= 0 && choice.value < 4) {
+        if (key == KEY_METER_AREA && choice.value >= 0 && choice.value < 4) {
             constexpr const char* names[] = {"wholePicture", "centre", "spot", "matrix"};
             return names[choice.value];
         }
@@ -353,10 +344,11 @@ private:
         module.SetAttribute("label", model());
         module.SetAttribute("shortLabel", "sensor");
         TiXmlElement detail("detail");
-        const bool motor = has(focusPosition) || has(zoomPosition);
-        detail.InsertEndChild(TiXmlText(
-            "(max_scheme=4)(isInfrared=" + std::string(has(lamp) ? "1" : "0") + ")(lensType=" +
-            (motor ? "motor" : "fixed") + ")(hasWdr=" + (has(wideDynamicRange) ? "1" : "0") + ")"));
+        const bool motor = has(KEY_MF_POSITION) || has(KEY_MZ_POSITION);
+        detail.InsertEndChild(
+            TiXmlText("(max_scheme=4)(isInfrared=" + std::string(has(KEY_IR_SWITCH) ? "1" : "0") +
+                      ")(lensType=" + (motor ? "motor" : "fixed") +
+                      ")(hasWdr=" + (has(KEY_WDR_MODE) ? "1" : "0") + ")"));
         TiXmlElement parameters("parameters");
         parameters.InsertEndChild(TiXmlText("bus=v4l2"));
         module.InsertEndChild(parameters);
