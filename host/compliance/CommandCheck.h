@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/compliance/Compliance.h"
 #include "host/compliance/Findings.h"
+#include "host/compliance/Settings.h"
 
 namespace compliance {
 

@@ -7,17 +7,6 @@
 namespace compliance {
 namespace {
 
-const struct {
-    unsigned int cmd;
-    const char* name;
-} extraCommands[] = {
-    {IA_CMD_DN_STATE, "IA_CMD_DN_STATE"},
-    {IA_CMD_PTZ_RUN_STATE, "IA_CMD_PTZ_RUN_STATE"},
-    {IA_CMD_AF_STATISTIC, "IA_CMD_AF_STATISTIC"},
-    {IA_CMD_CAMERA_VERSION, "IA_CMD_CAMERA_VERSION"},
-    {IA_CMD_DYNAMIC_PARAMS_CMDS_GET, "IA_CMD_DYNAMIC_PARAMS_CMDS_GET"},
-};
-
 /// Prints the lines and counts them.
 class Protocol {
 public:
@@ -45,19 +34,6 @@ private:
 };
 
 } // namespace
-
-std::vector<Command> commandsOf(const keycmd* rows, int count) {
-    std::vector<Command> commands;
-    for (int i = 0; rows != nullptr && i < count; ++i) {
-        if (rows[i].ia_cmd != 0) { // others are only stored
-            commands.push_back({rows[i].ia_cmd, rows[i].key, rows[i].name});
-        }
-    }
-    for (const auto& extra : extraCommands) {
-        commands.push_back({extra.cmd, extra.cmd, extra.name});
-    }
-    return commands;
-}
 
 Totals run(const std::vector<Command>& commands, const Command* only, const Settings& settings) {
     Snapshot before(commands, settings.patience);

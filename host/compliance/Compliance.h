@@ -1,11 +1,9 @@
 #pragma once
 
-#include <chrono>
-#include <functional>
-#include <string>
 #include <vector>
 
-#include "SensorTypes.h"
+#include "host/compliance/Command.h"
+#include "host/compliance/Settings.h"
 
 /// Tries an image-adjust layer against the contract of ImageAdjust.h, through ia_ioctrl alone, for
 /// whoever brings a layer of his own. Whatever a check sets, it puts back.
@@ -17,30 +15,6 @@
 /// patience: what is refused as busy is a warning, and a position is read back when its status
 /// says done. So is a warning whatever the layer says it does not support.
 namespace compliance {
-
-/// A command of the layer.
-struct Command {
-    unsigned int cmd;
-    unsigned int key; ///< the parameter it carries; the command's own number for those of ia_cmd_e
-    std::string name;
-};
-
-/// The commands of a key-command map, without the rows that have none, then those of ia_cmd_e.
-/// @param rows   the map: g_pKeyCmdMap after a controller's init; null for none
-/// @param count  its rows
-std::vector<Command> commandsOf(const keycmd* rows, int count);
-
-struct Settings {
-    /// Takes each line, without line end, as soon as it is known.
-    std::function<void(const std::string& line)> print = {};
-    /// Asked before each command; true ends the run, with everything put back. Empty: never.
-    std::function<bool()> interrupted = {};
-    /// How long, in real time, a movement or a busy layer is waited for.
-    std::chrono::milliseconds patience{5000};
-    /// How often each of four threads calls a command beside the others,
-    /// within a tenth of a second.
-    int rounds = 1000;
-};
 
 struct Totals {
     int total = 0; ///< lines: each is one of the three

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <vector>
 
-#include "host/compliance/Compliance.h"
+#include "host/compliance/Command.h"
 #include "host/compliance/Layer.h"
 
 namespace compliance {

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "host/compliance/Compliance.h"
 #include "host/compliance/Layer.h"
 #include "host/compliance/Motion.h"
+#include "host/compliance/Settings.h"
 
 namespace compliance {
 
