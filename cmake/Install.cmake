@@ -47,7 +47,8 @@ if(IMGCTL_HOST)
     imgctl_install_archive(entry OBJECTS imageadjust_entry HEADERS ${entry_headers}
         NEEDS Threads::Threads ${CMAKE_DL_LIBS})
     imgctl_install_archive(simulator OBJECTS imageadjust_simulator imageadjust_picture
-        HEADERS imageadjust/simulator/SimulatedImageAdjust.h NEEDS $<INSTALL_INTERFACE:imgctl::entry> jpeg)
+        HEADERS imageadjust/simulator/SimulatedImageAdjust.h imageadjust/simulator/SimulatedTypes.h
+        NEEDS $<INSTALL_INTERFACE:imgctl::entry> jpeg)
     imgctl_install_archive(v4l2 OBJECTS imageadjust_v4l2 NEEDS $<INSTALL_INTERFACE:imgctl::entry> jpeg
         HEADERS imageadjust/v4l2/V4l2Layer.h imageadjust/v4l2/Cameras.h imageadjust/v4l2/DeviceCalls.h)
     set(atomics)

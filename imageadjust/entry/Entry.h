@@ -4,8 +4,8 @@
 #include <functional>
 #include <memory>
 
-#include "ImageAdjustRecords.h"
 #include "Layer.h"
+#include "RecordWords.h"
 
 /// The process's one ia_ioctrl: it hands each call to the layer that was chosen, and shows it to
 /// those who asked. Everything here may be used by any thread at any time.
@@ -18,19 +18,6 @@ void setLayer(std::shared_ptr<Layer> layer);
 
 /// The chosen layer, or null.
 std::shared_ptr<Layer> currentLayer();
-
-/// The words of one record on their way into or out of a call. No allocation: every call that is
-/// shown has two.
-struct Words {
-    int count = 0; ///< 0: nothing was handed over
-    int word[RECORD_WORDS_MAX] = {};
-
-    bool empty() const { return count == 0; }
-    std::size_t size() const { return static_cast<std::size_t>(count); }
-    int operator[](std::size_t index) const { return word[index]; }
-    const int* begin() const { return word; }
-    const int* end() const { return word + count; }
-};
 
 /// One call of ia_ioctrl that reached the layer.
 struct Call {

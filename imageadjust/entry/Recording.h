@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "Entry.h"
+#include "RecordWords.h"
 
 namespace image_adjust {
 

@@ -4,7 +4,7 @@
 
 #include "CommandTable.h"
 #include "ImageAdjust.h"
-#include "SimulatedImageAdjust.h"
+#include "SimulatedTypes.h"
 
 namespace simulated_ia {
 

@@ -6,6 +6,7 @@
 
 #include "Entry.h"
 #include "Layer.h"
+#include "SimulatedTypes.h"
 
 /// The second face of the simulated image-adjust layer, for whoever hosts the camera: it gives the
 /// layer, sets what the sensor sees, and makes commands fail. Every function may be called by any
@@ -87,11 +88,6 @@ bool limit(unsigned int cmd, int defaultValue, const std::vector<int>& items);
 bool unlimit(unsigned int cmd);
 
 /// The commands that are restricted, in the order in which they became so.
-struct Restriction {
-    unsigned int cmd;
-    int defaultValue;
-    std::vector<int> items;
-};
 std::vector<Restriction> restrictions();
 
 /// What a command takes when nothing restricts it.
@@ -111,12 +107,6 @@ bool describe(unsigned int cmd, Range& range);
 void setDelay(unsigned int microseconds);
 
 /// Lets the layer lie in what it reports.
-struct Lie {
-    bool active = false;  ///< the two counts are told in place of the true ones
-    int cmdCount = 0;     ///< cmd_cnt of the list of restricted commands
-    int itemCount = 0;    ///< items_cnt of every range record
-    bool endless = false; ///< the version text fills its 50 bytes, whether active or not
-};
 void setLie(const Lie& lie);
 
 } // namespace simulated_ia

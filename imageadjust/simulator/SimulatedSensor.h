@@ -6,7 +6,7 @@
 #include "FaultPlan.h"
 #include "LensModel.h"
 #include "Restrictions.h"
-#include "SimulatedImageAdjust.h"
+#include "SimulatedTypes.h"
 #include "SimulatedWorld.h"
 
 namespace simulated_ia {
