@@ -16,6 +16,7 @@ class Layer;
 
 namespace host {
 
+class Core;
 class Journal;
 class LightHistory;
 class PictureHub;
@@ -89,7 +90,6 @@ public:
     double busySeconds() const;
 
 private:
-    class Core;
     std::unique_ptr<Core> m_core;
     double m_speed = 1;
 };

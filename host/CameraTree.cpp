@@ -10,7 +10,7 @@
 
 #include "V4l2Layer.h"
 #include "host/DeviceTree.h"
-#include "host/LayerChoice.h"
+#include "host/LayerName.h"
 #include "host/Text.h"
 
 namespace host {
@@ -187,7 +187,7 @@ bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& 
         tree.path = (stateFolder() / "device-root").string();
         wanted = true;
     }
-    if (camera.empty() && (!sample || (options.makeDevice && options.layer != "simulator"))) {
+    if (camera.empty() && (!sample || (options.makeDevice && options.layer != kSimulatorLayer))) {
         return true; // what a layer tells is known when it is there
     }
     return !wanted || isDeviceTree(tree.path) || make(camera, tree.path, tree.madeFor, problem);

@@ -101,11 +101,11 @@ CommandValues commandValues(const Snapshot& snapshot, int scheme) {
 
 } // namespace
 
-Camera::Core::~Core() {
+Core::~Core() {
     stop();
 }
 
-StartProblem Camera::Core::start(const CameraOptions& options) {
+StartProblem Core::start(const CameraOptions& options) {
     stop();
     m_options = options;
     m_stopping = false;
@@ -119,7 +119,7 @@ StartProblem Camera::Core::start(const CameraOptions& options) {
     return problem;
 }
 
-void Camera::Core::stop() {
+void Core::stop() {
     m_stopping = true;
     Outcome stopped;
     stopped.result = Result::Refused;
@@ -134,7 +134,7 @@ void Camera::Core::stop() {
     }
 }
 
-void Camera::Core::submit(Request request, Completion done) {
+void Core::submit(Request request, Completion done) {
     if (!done) {
         done = [](const Outcome&) {};
     }
@@ -150,12 +150,12 @@ void Camera::Core::submit(Request request, Completion done) {
     done(refused);
 }
 
-double Camera::Core::busySeconds() const {
+double Core::busySeconds() const {
     const long long since = m_busySince.load();
     return since == 0 ? 0 : static_cast<double>(steadyMicroseconds() - since) / 1e6;
 }
 
-void Camera::Core::run(const std::shared_ptr<std::promise<StartProblem>>& started) {
+void Core::run(const std::shared_ptr<std::promise<StartProblem>>& started) {
     m_pauses.obey();
     const StartProblem problem = open();
     if (problem) {
@@ -180,7 +180,7 @@ void Camera::Core::run(const std::shared_ptr<std::promise<StartProblem>>& starte
     close();
 }
 
-StartProblem Camera::Core::open() {
+StartProblem Core::open() {
     StartProblem problem = openTree();
     if (!problem) {
         problem = openLayerAndLock();
@@ -192,7 +192,7 @@ StartProblem Camera::Core::open() {
     return startLibrary();
 }
 
-StartProblem Camera::Core::openTree() {
+StartProblem Core::openTree() {
     std::string text;
     CameraTree tree;
     if (!deviceTreeFor(m_options, tree, text) || !makeIfAsked(m_options, tree.path, text) ||
@@ -225,7 +225,7 @@ StartProblem Camera::Core::openTree() {
 }
 
 /// Values that were saved for another kind of camera are neither used nor overwritten unasked.
-StartProblem Camera::Core::checkSavedFor() {
+StartProblem Core::checkSavedFor() {
     int deviceType = 0;
     const ModuleConfigure module = moduleOf(m_options, deviceType);
     m_identity = identityOf(deviceType, module.getModuleId(), module.getDetail());
@@ -253,7 +253,7 @@ StartProblem Camera::Core::checkSavedFor() {
                                                 "; --convert carries over what both have");
 }
 
-StartProblem Camera::Core::openLayerAndLock() {
+StartProblem Core::openLayerAndLock() {
     StartProblem problem;
     image_adjust::v4l2::CameraInfo camera;
     if (cameraOfLayer(m_options.layer, camera)) {
@@ -285,7 +285,7 @@ StartProblem Camera::Core::openLayerAndLock() {
     return problem;
 }
 
-void Camera::Core::openClock() {
+void Core::openClock() {
     if (m_options.clock) {
         linux_framework::setClock(m_options.clock->hour, m_options.clock->minute,
                                   m_options.clock->second, m_options.speed);
@@ -294,7 +294,7 @@ void Camera::Core::openClock() {
     }
 }
 
-StartProblem Camera::Core::startLibrary() {
+StartProblem Core::startLibrary() {
     int deviceType = 0;
     const ModuleConfigure module = moduleOf(m_options, deviceType);
     SavedStart saved;
@@ -347,7 +347,7 @@ StartProblem Camera::Core::startLibrary() {
 }
 
 /// Everything that is known of the library's state, anew: after a start and a reset.
-void Camera::Core::loadAll() {
+void Core::loadAll() {
     m_factory = factoryValues();
     std::vector<u32> keys;
     for (const KeyVal& pair : m_factory) {
@@ -367,7 +367,7 @@ void Camera::Core::loadAll() {
     tryAllAgain();
 }
 
-void Camera::Core::close() {
+void Core::close() {
     for (const RequestQueue::Item& item : m_queue.close()) {
         Outcome stopped;
         stopped.result = Result::Refused;
@@ -406,7 +406,7 @@ void Camera::Core::close() {
     m_treeLock.release();
 }
 
-Outcome Camera::Core::execute(const Request& request) {
+Outcome Core::execute(const Request& request) {
     takeLayerEvents();
     runDueSwitch();
     noticeScheme();
@@ -421,7 +421,7 @@ Outcome Camera::Core::execute(const Request& request) {
     return std::move(work.outcome);
 }
 
-void Camera::Core::finish(Work& work) {
+void Core::finish(Work& work) {
     work.written.insert(m_scheme);
     for (const int number : work.written) {
         m_memory.refresh(*m_controller, number);
@@ -440,7 +440,7 @@ void Camera::Core::finish(Work& work) {
     work.outcome.snapshot = m_snapshot->number;
 }
 
-void Camera::Core::takeLayerEvents() {
+void Core::takeLayerEvents() {
     std::vector<image_adjust::LayerEvent> events;
     {
         const std::lock_guard<std::mutex> guard(m_eventLock);
@@ -472,7 +472,7 @@ void Camera::Core::takeLayerEvents() {
     }
 }
 
-void Camera::Core::housekeep() {
+void Core::housekeep() {
     const Clock::time_point now = Clock::now();
     takeLayerEvents();
     noticeScheme();
@@ -501,7 +501,7 @@ void Camera::Core::housekeep() {
 
 /// A tenth of a second, or of a camera second where that is shorter, as a switch without a value
 /// that differs reaches nothing that would wake this thread.
-Camera::Core::Clock::duration Camera::Core::untilNextLook() const {
+Core::Clock::duration Core::untilNextLook() const {
     const double seconds = std::clamp(0.1 / m_options.speed, 0.002, 0.1);
     const auto tick =
         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
@@ -511,12 +511,12 @@ Camera::Core::Clock::duration Camera::Core::untilNextLook() const {
     return std::clamp<Clock::duration>(*m_settleAt - Clock::now(), Clock::duration::zero(), tick);
 }
 
-std::shared_ptr<const Snapshot> Camera::Core::snapshot() const {
+std::shared_ptr<const Snapshot> Core::snapshot() const {
     const std::lock_guard<std::mutex> guard(m_snapshotLock);
     return m_snapshot;
 }
 
-bool Camera::Core::waitForSnapshot(std::uint64_t number, std::chrono::milliseconds atMost) const {
+bool Core::waitForSnapshot(std::uint64_t number, std::chrono::milliseconds atMost) const {
     std::unique_lock<std::mutex> guard(m_snapshotLock);
     return m_snapshotChanged.wait_for(
         guard, atMost, [&] { return m_snapshot != nullptr && m_snapshot->number >= number; });

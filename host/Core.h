@@ -17,7 +17,7 @@
 #include "ISensorController.h"
 #include "Layer.h"
 #include "StopRequest.h"
-#include "host/Camera.h"
+#include "host/CameraOptions.h"
 #include "host/Journal.h"
 #include "host/LayerWatch.h"
 #include "host/LightHistory.h"
@@ -56,7 +56,7 @@ void addChange(Work& work, const Change& change);
 /// own switching is off, so nothing can change the scheme under it. And so that requests without a
 /// pause cannot starve the schedule, a switch that is due is made by this thread
 /// before the next request.
-class Camera::Core {
+class Core {
 public:
     ~Core();
 
@@ -278,7 +278,7 @@ private:
 };
 
 /// Keeps the schedule from switching while it lives.
-class Camera::Core::ScheduleHold {
+class Core::ScheduleHold {
 public:
     explicit ScheduleHold(Core& core);
     ~ScheduleHold();

@@ -7,7 +7,7 @@ namespace host {
 /// Brings the values of another camera's schemes into this one's, key by key, and saves them. What
 /// has no place here is told; the old files stay beside the new ones. Only when all are saved do
 /// they count as this camera's.
-bool Camera::Core::carryOver(const SavedStart& saved, std::string& problem) {
+bool Core::carryOver(const SavedStart& saved, std::string& problem) {
     if (!keepAside(saved, problem)) {
         return false;
     }

@@ -10,7 +10,7 @@ constexpr int kManualIris = 3;
 } // namespace
 
 /// Carries a movement out. @param command  receives the layer's command that it is about
-bool Camera::Core::move(const LensAction& operation, u32& command) {
+bool Core::move(const LensAction& operation, u32& command) {
     using Action = LensAction::Action;
     ISensorController& controller = *m_controller;
     const int value = operation.value;
@@ -52,7 +52,7 @@ bool Camera::Core::move(const LensAction& operation, u32& command) {
 }
 
 /// A step sets a mode that is not recorded: it holds until the next switch.
-void Camera::Core::noteLensSetting(u32 key, int value) {
+void Core::noteLensSetting(u32 key, int value) {
     const Parameter* about = parameter(key);
     if (about == nullptr || !about->inScheme()) {
         return;
@@ -65,7 +65,7 @@ void Camera::Core::noteLensSetting(u32 key, int value) {
     m_differences.erase(key);
 }
 
-LensState Camera::Core::lensNow() {
+LensState Core::lensNow() {
     LensState state;
     int value = 0;
     int ratio = -1; // stays so beyond the last known position
@@ -92,7 +92,7 @@ LensState Camera::Core::lensNow() {
     return state;
 }
 
-void Camera::Core::handle(const LensAction& operation, Work& work) {
+void Core::handle(const LensAction& operation, Work& work) {
     using Action = LensAction::Action;
     const ScheduleHold hold(*this);
     u32 command = 0;
@@ -132,13 +132,13 @@ void Camera::Core::handle(const LensAction& operation, Work& work) {
     }
 }
 
-void Camera::Core::handle(const AllowWideDynamicRange& operation, Work& /*work*/) {
+void Core::handle(const AllowWideDynamicRange& operation, Work& /*work*/) {
     m_controller->setShowWDRFalg(operation.allowed);
     readDevice(true);
     tryAllAgain();
 }
 
-void Camera::Core::handle(const WithLayer& operation, Work& /*work*/) {
+void Core::handle(const WithLayer& operation, Work& /*work*/) {
     const ScheduleHold hold(*this);
     if (operation.work) {
         operation.work();

@@ -19,7 +19,7 @@ std::string shortTime(int minuteOfDay) {
 
 } // namespace
 
-Camera::Core::ScheduleHold::ScheduleHold(Core& core) : m_core(core) {
+Core::ScheduleHold::ScheduleHold(Core& core) : m_core(core) {
     if (m_core.m_holds++ == 0 && m_core.m_bySchedule) {
         // The first call may come while the worker, past its look at the mode, begins a switch; the
         // second one then waits for the end of that, and no other can begin.
@@ -29,20 +29,20 @@ Camera::Core::ScheduleHold::ScheduleHold(Core& core) : m_core(core) {
     }
 }
 
-Camera::Core::ScheduleHold::~ScheduleHold() {
+Core::ScheduleHold::~ScheduleHold() {
     if (--m_core.m_holds == 0 && m_core.m_bySchedule) {
         m_core.m_controller->setParamMode(1);
     }
 }
 
-int Camera::Core::scheme() {
+int Core::scheme() {
     int number = -1;
     m_controller->getParamScheme(number);
     return number;
 }
 
 /// One pass of the library's worker on this thread, where one is due and would switch.
-void Camera::Core::runDueSwitch() {
+void Core::runDueSwitch() {
     const long long now = linux_framework::deviceMicroseconds();
     if (!m_bySchedule || now - m_lastPass < kPassEvery) {
         return;
@@ -59,7 +59,7 @@ void Camera::Core::runDueSwitch() {
 }
 
 /// Whether day and night decide which scheme is in force now.
-bool Camera::Core::lightDecides() const {
+bool Core::lightDecides() const {
     int due = 0;
     int inWindow = 0;
     return m_dayNightSchemes && m_bySchedule && m_controller->judgeCurScheme(due, inWindow) == 0 &&
@@ -68,7 +68,7 @@ bool Camera::Core::lightDecides() const {
 
 /// Sees a switch that has been made since the last look, and writes it down.
 /// @param origin  who asked for it; null: the schedule or the light did it
-void Camera::Core::noticeScheme(const Origin* origin) {
+void Core::noticeScheme(const Origin* origin) {
     const int now = scheme();
     if (now == m_scheme) {
         return;
@@ -106,7 +106,7 @@ void Camera::Core::noticeScheme(const Origin* origin) {
     m_changed = true;
 }
 
-bool Camera::Core::readNight() {
+bool Core::readNight() {
     m_lastNightRead = Clock::now();
     int state = 0;
     const std::optional<bool> before = m_night;
@@ -114,7 +114,7 @@ bool Camera::Core::readNight() {
     return before != m_night;
 }
 
-SchemeRule Camera::Core::ruleNow(const CameraTime& time) const {
+SchemeRule Core::ruleNow(const CameraTime& time) const {
     using Why = SchemeRule::Why;
     if (!m_bySchedule) {
         return {Why::ByHand, "chosen by hand; the schedule is off"};
@@ -140,7 +140,7 @@ SchemeRule Camera::Core::ruleNow(const CameraTime& time) const {
 }
 
 /// Looks only at the edges of windows, and only once a minute.
-std::optional<NextSwitch> Camera::Core::nextSwitch(const CameraTime& time) {
+std::optional<NextSwitch> Core::nextSwitch(const CameraTime& time) {
     const int now = time.minuteOfDay();
     if (!m_bySchedule) {
         m_nextFor = -1;

@@ -23,7 +23,7 @@ void addAll(std::vector<Element>& to, const std::vector<Element>& more) {
 
 } // namespace
 
-bool Camera::Core::timedScheme(int number, Work& work) const {
+bool Core::timedScheme(int number, Work& work) const {
     if (m_memory.isTimed(number)) {
         return true;
     }
@@ -33,7 +33,7 @@ bool Camera::Core::timedScheme(int number, Work& work) const {
     return false;
 }
 
-SchemeOutcome Camera::Core::saveOne(int number) {
+SchemeOutcome Core::saveOne(int number) {
     SchemeOutcome outcome;
     outcome.scheme = number;
     m_memory.refresh(*m_controller, number);
@@ -58,7 +58,7 @@ SchemeOutcome Camera::Core::saveOne(int number) {
     return outcome;
 }
 
-void Camera::Core::handle(const Save& operation, Work& work) {
+void Core::handle(const Save& operation, Work& work) {
     if (operation.scheme && !timedScheme(*operation.scheme, work)) {
         return;
     }
@@ -88,7 +88,7 @@ void Camera::Core::handle(const Save& operation, Work& work) {
     }
 }
 
-void Camera::Core::handle(const SwitchScheme& operation, Work& work) {
+void Core::handle(const SwitchScheme& operation, Work& work) {
     if (!m_memory.exists(operation.scheme)) {
         refuse(work, Reason::NoScheme, "no scheme " + std::to_string(operation.scheme));
         return;
@@ -103,7 +103,7 @@ void Camera::Core::handle(const SwitchScheme& operation, Work& work) {
     settleSoon(std::chrono::milliseconds(20));
 }
 
-void Camera::Core::handle(const SetMode& operation, Work& work) {
+void Core::handle(const SetMode& operation, Work& work) {
     m_controller->setParamMode(operation.bySchedule ? 1 : 0);
     if (m_bySchedule != operation.bySchedule) {
         work.entry.kind = JournalEntry::Kind::Mode;
@@ -114,7 +114,7 @@ void Camera::Core::handle(const SetMode& operation, Work& work) {
     noticeScheme();
 }
 
-void Camera::Core::handle(const SetWindows& operation, Work& work) {
+void Core::handle(const SetWindows& operation, Work& work) {
     if (operation.seen && *operation.seen < m_windowsChanged) {
         refuse(work, Reason::Newer);
         return;
@@ -148,7 +148,7 @@ void Camera::Core::handle(const SetWindows& operation, Work& work) {
 /// Records values of several schemes, those of the one in force by applying them, or puts
 /// everything back where one is refused.
 /// @return false in that case
-bool Camera::Core::recordWhole(const std::map<int, std::vector<Pair>>& wanted, Work& work) {
+bool Core::recordWhole(const std::map<int, std::vector<Pair>>& wanted, Work& work) {
     Before before{{}, m_overlays, m_trial};
     for (const auto& scheme : wanted) {
         m_memory.refresh(*m_controller, scheme.first);
@@ -177,7 +177,7 @@ bool Camera::Core::recordWhole(const std::map<int, std::vector<Pair>>& wanted, W
 }
 
 /// As if nothing had been asked: the memory and the trial at once, the device by settling.
-void Camera::Core::putBack(const Before& before, Work& work) {
+void Core::putBack(const Before& before, Work& work) {
     m_overlays = before.overlays;
     m_trial = before.trial;
     for (const auto& overlay : m_overlays) {
@@ -205,7 +205,7 @@ void Camera::Core::putBack(const Before& before, Work& work) {
 }
 
 /// The evening stays with its scheme, the morning goes to another one with the same values.
-void Camera::Core::splitWindow(int scheme, const Window& window, int other, Work& work) {
+void Core::splitWindow(int scheme, const Window& window, int other, Work& work) {
     const Window evening = {true, window.startHour, window.startMinute, 24, 0};
     const Window morning = {true, 0, 0, window.endHour, window.endMinute};
     if (!timedScheme(scheme, work) || !timedScheme(other, work)) {
@@ -241,7 +241,7 @@ void Camera::Core::splitWindow(int scheme, const Window& window, int other, Work
 }
 
 /// Records values in a scheme, and applies them where it is the one in force.
-void Camera::Core::recordIn(int number, const std::vector<Pair>& pairs, Work& work) {
+void Core::recordIn(int number, const std::vector<Pair>& pairs, Work& work) {
     if (number == m_scheme) {
         applyAll(pairs, Manner::Record, work);
     } else {
@@ -250,7 +250,7 @@ void Camera::Core::recordIn(int number, const std::vector<Pair>& pairs, Work& wo
     }
 }
 
-void Camera::Core::handle(const CopyScheme& operation, Work& work) {
+void Core::handle(const CopyScheme& operation, Work& work) {
     if (!timedScheme(operation.to, work) || !m_memory.exists(operation.from)) {
         if (m_memory.isTimed(operation.to)) {
             refuse(work, Reason::NoScheme, "no scheme " + std::to_string(operation.from));
@@ -268,7 +268,7 @@ void Camera::Core::handle(const CopyScheme& operation, Work& work) {
     recordIn(operation.to, pairs, work);
 }
 
-void Camera::Core::handle(const NameScheme& operation, Work& work) {
+void Core::handle(const NameScheme& operation, Work& work) {
     if (!timedScheme(operation.scheme, work)) {
         return;
     }
@@ -290,7 +290,7 @@ void Camera::Core::handle(const NameScheme& operation, Work& work) {
     work.entry.note = "scheme " + std::to_string(operation.scheme) + " is called " + quoted(name);
 }
 
-void Camera::Core::handle(const Reload& /*operation*/, Work& work) {
+void Core::handle(const Reload& /*operation*/, Work& work) {
     const ScheduleHold hold(*this);
     work.outcome.scheme = m_scheme;
     if (m_trial) {
@@ -326,7 +326,7 @@ void Camera::Core::handle(const Reload& /*operation*/, Work& work) {
     settleSoon(std::chrono::milliseconds(20));
 }
 
-void Camera::Core::handle(const Reset& /*operation*/, Work& work) {
+void Core::handle(const Reset& /*operation*/, Work& work) {
     if (m_trial) {
         endTrial("the camera was reset", work.origin);
     }
@@ -365,7 +365,7 @@ void Camera::Core::handle(const Reset& /*operation*/, Work& work) {
 
 /// Whether a scheme is as a reset makes it: the factory values but for its switch, and for what a
 /// camera that switches by day and night sets for the night.
-bool Camera::Core::hasFactoryValues(int number) const {
+bool Core::hasFactoryValues(int number) const {
     for (const u32 key : m_memory.keys()) {
         if (!isWindowKey(key) && !(m_dayNightSchemes && number == 1) &&
             m_memory.stored(number, key) != m_memory.stored(m_memory.timed(), key)) {
@@ -375,7 +375,7 @@ bool Camera::Core::hasFactoryValues(int number) const {
     return true;
 }
 
-void Camera::Core::handle(const Import& operation, Work& work) {
+void Core::handle(const Import& operation, Work& work) {
     readDevice(true);
     publish();
     const std::vector<Assignment> assignments =

@@ -17,12 +17,12 @@ constexpr std::chrono::milliseconds kBetweenTries(200);
 
 } // namespace
 
-bool Camera::Core::deviceGone() const {
+bool Core::deviceGone() const {
     return m_gone || m_layer->state() == image_adjust::DeviceState::Gone;
 }
 
 /// Reads a command's value; of a shared record, its own field.
-std::optional<int> Camera::Core::readValue(u32 command, int* code) const {
+std::optional<int> Core::readValue(u32 command, int* code) const {
     int words[image_adjust::RECORD_WORDS_MAX] = {};
     const int result = ia_ioctrl(command, IA_CMD_OPT_GET, words);
     if (code != nullptr) {
@@ -34,7 +34,7 @@ std::optional<int> Camera::Core::readValue(u32 command, int* code) const {
     return words[command - image_adjust::recordOf(command).first];
 }
 
-std::optional<Limits> Camera::Core::readLimits(u32 command) const {
+std::optional<Limits> Core::readLimits(u32 command) const {
     ia_dynamic_params_attr_st range{};
     if (ia_ioctrl(command, IA_CMD_OPT_GET_PARAM_RNAGE, &range) != 0) {
         return std::nullopt;
@@ -45,7 +45,7 @@ std::optional<Limits> Camera::Core::readLimits(u32 command) const {
     return limits;
 }
 
-void Camera::Core::readRestrictions() {
+void Core::readRestrictions() {
     ia_dynamic_params_cmds_st list{};
     m_restricted.clear();
     if (ia_ioctrl(IA_CMD_DYNAMIC_PARAMS_CMDS_GET, IA_CMD_OPT_GET, &list) == 0) {
@@ -56,7 +56,7 @@ void Camera::Core::readRestrictions() {
 }
 
 /// Asks the device for every value and flag, and for the ranges too.
-void Camera::Core::readDevice(bool limitsToo) {
+void Core::readDevice(bool limitsToo) {
     if (limitsToo) {
         m_rangesStale = false;
         const std::vector<int> restricted = m_restricted;
@@ -98,7 +98,7 @@ void Camera::Core::readDevice(bool limitsToo) {
 }
 
 /// Asks the layer what holds a key or keeps it without effect.
-void Camera::Core::seeState(u32 key) {
+void Core::seeState(u32 key) {
     const Parameter* about = parameter(key);
     if (about != nullptr && !about->storedOnly()) {
         reading(key).state =
@@ -107,7 +107,7 @@ void Camera::Core::seeState(u32 key) {
 }
 
 /// What the device is to have; none where the host knows nothing better than the device.
-std::optional<int> Camera::Core::expected(const Parameter& about) const {
+std::optional<int> Core::expected(const Parameter& about) const {
     const auto overlay = m_overlays.find(about.key);
     std::optional<int> value =
         overlay != m_overlays.end() ? overlay->second.value : m_memory.stored(m_scheme, about.key);
@@ -124,13 +124,13 @@ std::optional<int> Camera::Core::expected(const Parameter& about) const {
 
 /// Whether the device is held to the value of a key. Positions of the lens are not:
 /// they move by themselves.
-bool Camera::Core::isCompared(const Parameter& about) const {
+bool Core::isCompared(const Parameter& about) const {
     const bool position = about.key == KEY_MF_POSITION || about.key == KEY_MZ_POSITION;
     return m_memory.holds(about.key) && !about.storedOnly() && !position &&
            about.kind != Parameter::Kind::Button;
 }
 
-void Camera::Core::settleSoon(std::chrono::milliseconds after) {
+void Core::settleSoon(std::chrono::milliseconds after) {
     const Clock::time_point at = Clock::now() + after;
     if (!m_settleAt || at < *m_settleAt) {
         m_settleAt = at;
@@ -139,13 +139,13 @@ void Camera::Core::settleSoon(std::chrono::milliseconds after) {
 }
 
 /// Something has changed that may have been in the way.
-void Camera::Core::tryAllAgain() {
+void Core::tryAllAgain() {
     m_differences.clear();
     settleSoon(std::chrono::milliseconds(0));
 }
 
 /// Sends what a key is to have. @return 0, or what the library gave
-int Camera::Core::bring(const Parameter& about) {
+int Core::bring(const Parameter& about) {
     const auto overlay = m_overlays.find(about.key);
     if (overlay != m_overlays.end()) {
         return sendOverlay(about, overlay->second.value);
@@ -157,7 +157,7 @@ int Camera::Core::bring(const Parameter& about) {
 }
 
 /// @param again  values that were given up are tried once more
-void Camera::Core::settle(bool again) {
+void Core::settle(bool again) {
     m_settleAt.reset();
     m_lastSettle = Clock::now();
     m_lastSettleCamera = linux_framework::deviceMicroseconds();
@@ -220,7 +220,7 @@ void Camera::Core::settle(bool again) {
 
 /// Tries to give the device a value that it lacks.
 /// @return whether it is to be tried again
-bool Camera::Core::bringBack(const Parameter& about, bool again, JournalEntry& entry) {
+bool Core::bringBack(const Parameter& about, bool again, JournalEntry& entry) {
     Difference& difference = m_differences[about.key];
     Reading& read = reading(about.key);
     const std::optional<int> due = expected(about);
@@ -268,7 +268,7 @@ bool Camera::Core::bringBack(const Parameter& about, bool again, JournalEntry& e
 }
 
 /// The whole scheme in force, to a device that may have lost all of it.
-void Camera::Core::applyWhole() {
+void Core::applyWhole() {
     const image_adjust::OperationScope scope(++m_operation);
     const ScheduleHold hold(*this);
     if (lightDecides()) {
@@ -289,7 +289,7 @@ void Camera::Core::applyWhole() {
 }
 
 /// A value that the device or another program on it changed.
-void Camera::Core::noteOutsideChange(const image_adjust::LayerEvent& event, JournalEntry& entry) {
+void Core::noteOutsideChange(const image_adjust::LayerEvent& event, JournalEntry& entry) {
     for (const Parameter& about : m_catalogue->parameters) {
         if (about.command != event.command || about.storedOnly()) {
             continue;
@@ -310,7 +310,7 @@ void Camera::Core::noteOutsideChange(const image_adjust::LayerEvent& event, Jour
 }
 
 /// The failure of the last set of a command in this operation, or in the dry run of it.
-std::optional<int> Camera::Core::failureOf(u32 command) const {
+std::optional<int> Core::failureOf(u32 command) const {
     const image_adjust::Recording* recording = image_adjust::Recording::current();
     if (recording == nullptr) {
         return m_watch.failure(command, m_operation);
@@ -322,7 +322,7 @@ std::optional<int> Camera::Core::failureOf(u32 command) const {
                                                     : std::optional<int>(last->result);
 }
 
-Refusal Camera::Core::refusalOf(const Parameter& about, int value) const {
+Refusal Core::refusalOf(const Parameter& about, int value) const {
     Refusal refusal;
     const std::optional<int> code = failureOf(about.command);
     const image_adjust::CommandState state = m_layer->about(about.command);
@@ -353,12 +353,12 @@ Refusal Camera::Core::refusalOf(const Parameter& about, int value) const {
     return refusal;
 }
 
-void Camera::Core::handle(const Refresh& /*operation*/, Work& /*work*/) {
+void Core::handle(const Refresh& /*operation*/, Work& /*work*/) {
     readDevice(true);
     readNight();
 }
 
-void Camera::Core::handle(const Settle& /*operation*/, Work& work) {
+void Core::handle(const Settle& /*operation*/, Work& work) {
     settle(true);
     for (const auto& [key, difference] : m_differences) {
         KeyOutcome outcome;

@@ -11,7 +11,7 @@
 
 namespace host {
 
-void Camera::Core::makeCatalogueNow() {
+void Core::makeCatalogueNow() {
     CatalogueSource source;
     if (g_pKeyCmdMap != nullptr) {
         source.rows.assign(g_pKeyCmdMap, g_pKeyCmdMap + g_nKeyCmdNum);
@@ -39,7 +39,7 @@ void Camera::Core::makeCatalogueNow() {
 }
 
 /// Why a key has no effect now, or cannot be set.
-Refusal Camera::Core::blockOf(const Parameter& about, const Reading& read) const {
+Refusal Core::blockOf(const Parameter& about, const Reading& read) const {
     Refusal refusal;
     if (about.storedOnly()) {
         return refusal;
@@ -82,7 +82,7 @@ Refusal Camera::Core::blockOf(const Parameter& about, const Reading& read) const
     return refusal;
 }
 
-void Camera::Core::publish() {
+void Core::publish() {
     const auto made = std::make_shared<Snapshot>();
     Snapshot& now = *made;
     now.number = m_snapshot == nullptr ? 1 : m_snapshot->number + 1;

@@ -11,7 +11,7 @@ constexpr double kLongestTrial = 3600;
 
 } // namespace
 
-void Camera::Core::handle(const TryValues& operation, Work& work) {
+void Core::handle(const TryValues& operation, Work& work) {
     if (!knownKeys(operation.values, work)) {
         return;
     }
@@ -48,7 +48,7 @@ void Camera::Core::handle(const TryValues& operation, Work& work) {
     work.entry.note = "trial";
 }
 
-void Camera::Core::handle(const KeepTrial& /*operation*/, Work& work) {
+void Core::handle(const KeepTrial& /*operation*/, Work& work) {
     if (!m_trial) {
         refuse(work, Reason::Nothing, "nothing is on trial");
         return;
@@ -73,7 +73,7 @@ void Camera::Core::handle(const KeepTrial& /*operation*/, Work& work) {
     applyAll(values, Manner::Record, work);
 }
 
-void Camera::Core::handle(const DropTrial& /*operation*/, Work& work) {
+void Core::handle(const DropTrial& /*operation*/, Work& work) {
     if (!m_trial) {
         refuse(work, Reason::Nothing, "nothing is on trial");
         return;
@@ -84,7 +84,7 @@ void Camera::Core::handle(const DropTrial& /*operation*/, Work& work) {
     }
 }
 
-void Camera::Core::expireTrial() {
+void Core::expireTrial() {
     if (!m_trial || linux_framework::deviceMicroseconds() < m_trial->endsAt) {
         return;
     }
@@ -97,7 +97,7 @@ void Camera::Core::expireTrial() {
 }
 
 /// Ends the trial: the scheme's values come back. What cannot be sent now is left to settling.
-void Camera::Core::endTrial(const std::string& note, const Origin& origin) {
+void Core::endTrial(const std::string& note, const Origin& origin) {
     JournalEntry entry;
     entry.kind = JournalEntry::Kind::Trial;
     entry.origin = origin;
@@ -126,7 +126,7 @@ void Camera::Core::endTrial(const std::string& note, const Origin& origin) {
 }
 
 /// A newer change of a key ends the trial of it; the trial ends with its last key.
-void Camera::Core::endTrialOf(u32 key, Work& work) {
+void Core::endTrialOf(u32 key, Work& work) {
     const auto overlay = m_overlays.find(key);
     if (!m_trial || overlay == m_overlays.end() || !overlay->second.onTrial) {
         return;
@@ -147,7 +147,7 @@ void Camera::Core::endTrialOf(u32 key, Work& work) {
 }
 
 /// Brings the scheme's values back wherever others are in force.
-void Camera::Core::dropOverlays() {
+void Core::dropOverlays() {
     const auto covered = std::move(m_overlays);
     m_overlays.clear();
     for (const auto& overlay : covered) {

@@ -53,14 +53,14 @@ void addChange(Work& work, const Change& change) {
     }
 }
 
-std::optional<int> Camera::Core::storedNow(u32 key) {
+std::optional<int> Core::storedNow(u32 key) {
     u32 value = 0;
     return m_controller->getKeyValFromCache(static_cast<u32>(m_scheme), key, value) < 0
                ? std::nullopt
                : std::optional<int>(static_cast<int>(value));
 }
 
-std::optional<int> Camera::Core::inForce(const Parameter& about) const {
+std::optional<int> Core::inForce(const Parameter& about) const {
     const auto overlay = m_overlays.find(about.key);
     if (overlay != m_overlays.end()) {
         return overlay->second.value;
@@ -69,7 +69,7 @@ std::optional<int> Camera::Core::inForce(const Parameter& about) const {
     return stored ? stored : m_readings[m_catalogue->indexOf(about.key)].value;
 }
 
-bool Camera::Core::knownKeys(const std::vector<Pair>& pairs, Work& work) const {
+bool Core::knownKeys(const std::vector<Pair>& pairs, Work& work) const {
     for (const Pair& pair : pairs) {
         if (parameter(pair.key) == nullptr) {
             refuse(work, Reason::UnknownKey);
@@ -87,7 +87,7 @@ bool Camera::Core::knownKeys(const std::vector<Pair>& pairs, Work& work) const {
 
 /// Refuses values of which none can be applied, and of a trial, which is all or nothing, those of
 /// which one cannot.
-bool Camera::Core::canApply(const std::vector<Pair>& pairs, Manner manner, Work& work) const {
+bool Core::canApply(const std::vector<Pair>& pairs, Manner manner, Work& work) const {
     const auto stored = static_cast<std::size_t>(
         std::count_if(pairs.begin(), pairs.end(),
                       [this](const Pair& pair) { return parameter(pair.key)->storedOnly(); }));
@@ -109,7 +109,7 @@ bool Camera::Core::canApply(const std::vector<Pair>& pairs, Manner manner, Work&
 }
 
 /// The result of the whole, from what became of each key.
-void Camera::Core::summarize(Work& work) {
+void Core::summarize(Work& work) {
     Outcome& outcome = work.outcome;
     const auto refused = std::find_if(outcome.keys.begin(), outcome.keys.end(), isRefused);
     const bool differently = std::any_of(
@@ -125,7 +125,7 @@ void Camera::Core::summarize(Work& work) {
     }
 }
 
-void Camera::Core::handle(const SetValues& operation, Work& work) {
+void Core::handle(const SetValues& operation, Work& work) {
     if (!knownKeys(operation.values, work)) {
         return;
     }
@@ -152,7 +152,7 @@ void Camera::Core::handle(const SetValues& operation, Work& work) {
 
 /// The request as it would run, with this thread's calls of the layer kept from it, and everything
 /// that it changed in memory put back.
-void Camera::Core::dryRun(const SetValues& operation, int target, Work& work) {
+void Core::dryRun(const SetValues& operation, int target, Work& work) {
     work.dryRun = true;
     const auto overlays = m_overlays;
     const auto trial = m_trial;
@@ -185,7 +185,7 @@ void Camera::Core::dryRun(const SetValues& operation, int target, Work& work) {
     m_settleAt = settleAt;
 }
 
-void Camera::Core::handle(const ApplyValues& operation, Work& work) {
+void Core::handle(const ApplyValues& operation, Work& work) {
     if (!knownKeys(operation.values, work)) {
         return;
     }
@@ -197,7 +197,7 @@ void Camera::Core::handle(const ApplyValues& operation, Work& work) {
     applyAll(operation.values, Manner::Apply, work);
 }
 
-void Camera::Core::applyAll(const std::vector<Pair>& pairs, Manner manner, Work& work) {
+void Core::applyAll(const std::vector<Pair>& pairs, Manner manner, Work& work) {
     bool refused = false;
     for (const Pair& pair : pairs) {
         KeyOutcome outcome;
@@ -211,7 +211,7 @@ void Camera::Core::applyAll(const std::vector<Pair>& pairs, Manner manner, Work&
     settleSoon(std::chrono::milliseconds(200));
 }
 
-void Camera::Core::recordAll(int number, const std::vector<Pair>& pairs, Work& work) {
+void Core::recordAll(int number, const std::vector<Pair>& pairs, Work& work) {
     bool refused = false;
     for (const Pair& pair : pairs) {
         KeyOutcome outcome;
@@ -224,7 +224,7 @@ void Camera::Core::recordAll(int number, const std::vector<Pair>& pairs, Work& w
 }
 
 /// What a key takes now; of a device that does not tell, what it told last.
-std::optional<Limits> Camera::Core::limitsNow(const Parameter& about) {
+std::optional<Limits> Core::limitsNow(const Parameter& about) {
     std::optional<Limits> limits = readLimits(about.command);
     if (limits) {
         return limits;
@@ -235,7 +235,7 @@ std::optional<Limits> Camera::Core::limitsNow(const Parameter& about) {
 
 /// Records a value without applying it: in a scheme that is not in force, or of a key that no
 /// command carries.
-KeyOutcome Camera::Core::recordOne(int number, const Pair& pair, Work& work) {
+KeyOutcome Core::recordOne(int number, const Pair& pair, Work& work) {
     const Parameter& about = *parameter(pair.key);
     KeyOutcome outcome;
     outcome.key = pair.key;
@@ -277,7 +277,7 @@ KeyOutcome Camera::Core::recordOne(int number, const Pair& pair, Work& work) {
 
 /// Sends a value that is not to be recorded. Where commands share a record, the other fields go
 /// along as they are in force, not as they are recorded.
-int Camera::Core::sendOverlay(const Parameter& about, int value) {
+int Core::sendOverlay(const Parameter& about, int value) {
     const image_adjust::Record record = image_adjust::recordOf(about.command);
     if (record.words == 1) {
         return m_controller->setParameter(static_cast<int>(about.key), value, false);
@@ -293,7 +293,7 @@ int Camera::Core::sendOverlay(const Parameter& about, int value) {
     return m_controller->doIaCmd(about.command, IA_CMD_OPT_SET, words);
 }
 
-KeyOutcome Camera::Core::applyOne(const Pair& pair, Manner manner, Work& work) {
+KeyOutcome Core::applyOne(const Pair& pair, Manner manner, Work& work) {
     const Parameter& about = *parameter(pair.key);
     const bool record = manner == Manner::Record && m_memory.isTimed(m_scheme);
     if (about.storedOnly() && manner == Manner::Record) {
@@ -355,8 +355,7 @@ KeyOutcome Camera::Core::applyOne(const Pair& pair, Manner manner, Work& work) {
 }
 
 /// Looks what the scheme and the device have after a value was sent.
-void Camera::Core::seeWhatItTook(const Parameter& about, Manner manner, Work& work,
-                                 KeyOutcome& outcome) {
+void Core::seeWhatItTook(const Parameter& about, Manner manner, Work& work, KeyOutcome& outcome) {
     const bool record = manner == Manner::Record && m_memory.isTimed(m_scheme);
     Reading& read = reading(about.key);
     read.value = readValue(about.command);
@@ -395,7 +394,7 @@ void Camera::Core::seeWhatItTook(const Parameter& about, Manner manner, Work& wo
     }
 }
 
-void Camera::Core::handle(const Restore& operation, Work& work) {
+void Core::handle(const Restore& operation, Work& work) {
     const ScheduleHold hold(*this);
     work.outcome.scheme = m_scheme;
     const std::vector<u32>& keys = operation.keys.empty() ? m_memory.keys() : operation.keys;
@@ -434,7 +433,7 @@ void Camera::Core::handle(const Restore& operation, Work& work) {
     settleSoon(std::chrono::milliseconds(200));
 }
 
-void Camera::Core::handle(const Undo& operation, Work& work) {
+void Core::handle(const Undo& operation, Work& work) {
     const Journal::Entry entry = journal.find(operation.entry);
     if (entry == nullptr || entry->kind != JournalEntry::Kind::Values) {
         refuse(work, Reason::Nothing, "there is no such change");
@@ -468,7 +467,7 @@ void Camera::Core::handle(const Undo& operation, Work& work) {
     recordWhole(wanted, work);
 }
 
-void Camera::Core::handle(const ReadKeys& operation, Work& work) {
+void Core::handle(const ReadKeys& operation, Work& work) {
     for (const u32 key : operation.keys) {
         const Parameter* about = parameter(key);
         int value = 0;
@@ -483,7 +482,7 @@ void Camera::Core::handle(const ReadKeys& operation, Work& work) {
     }
 }
 
-void Camera::Core::handle(const CorrectScheme& /*operation*/, Work& work) {
+void Core::handle(const CorrectScheme& /*operation*/, Work& work) {
     const ScheduleHold hold(*this);
     work.outcome.scheme = m_scheme;
     m_memory.refresh(*m_controller, m_scheme);

@@ -6,33 +6,24 @@
 #include "SimulatedPictureSource.h"
 #include "V4l2Layer.h"
 #include "host/CameraTree.h"
+#include "host/LayerName.h"
 #include "host/Snapshot.h"
 #include "host/Text.h"
 
 namespace host {
-namespace {
-
-const char kSimulator[] = "simulator";
-const char kLibrary[] = "so:";
-const char kVideoDevice[] = "v4l2:";
-
-bool startsWith(const std::string& text, const std::string& beginning) {
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
-
-} // namespace
 
 std::shared_ptr<image_adjust::Layer> openLayer(const CameraOptions& options, std::string& problem) {
     const std::string& name = options.layer;
-    if (name == kSimulator) {
+    if (name == kSimulatorLayer) {
         simulated_ia::setTimeSource(linux_framework::deviceMicroseconds);
         simulated_ia::setTimeOfDaySource([] { return cameraTime().minuteOfDay(); });
         return simulated_ia::layer();
     }
-    if (startsWith(name, kLibrary) && name.size() > sizeof kLibrary - 1) {
-        return image_adjust::openLibraryLayer(name.substr(sizeof kLibrary - 1), problem);
+    if (!libraryOfLayer(name).empty()) {
+        return image_adjust::openLibraryLayer(libraryOfLayer(name), problem);
     }
-    if (!deviceOfLayer(name).empty()) {
+    const std::string given = deviceOfLayer(name);
+    if (!given.empty()) {
         image_adjust::v4l2::Options camera;
         camera.wait = options.waitForCamera;
         camera.dayNight = options.dayNightByPicture;
@@ -40,7 +31,6 @@ std::shared_ptr<image_adjust::Layer> openLayer(const CameraOptions& options, std
         camera.width = options.pictureWidth;
         camera.height = options.pictureHeight;
         camera.clock = [] { return cameraTime().minuteOfDay(); };
-        const std::string given = deviceOfLayer(name);
         const std::string meant = cameraMeant(given);
         auto layer = image_adjust::v4l2::openV4l2(meant, camera, problem);
         if (layer == nullptr && meant != given) {
@@ -54,17 +44,13 @@ std::shared_ptr<image_adjust::Layer> openLayer(const CameraOptions& options, std
 
 std::unique_ptr<image_adjust::PictureSource> pictureBeside(
     const std::string& name, const std::function<CommandValues()>& assumed) {
-    if (name != kSimulator) {
+    if (name != kSimulatorLayer) {
         return nullptr;
     }
     simulated_ia::SimulatedPictureOptions options;
     options.assumptions = assumed;
     options.time = [] { return dateText(cameraTime()) + " " + clockText(cameraTime()); };
     return std::make_unique<simulated_ia::SimulatedPictureSource>(options);
-}
-
-std::string deviceOfLayer(const std::string& name) {
-    return startsWith(name, kVideoDevice) ? name.substr(sizeof kVideoDevice - 1) : std::string();
 }
 
 } // namespace host

@@ -28,8 +28,4 @@ using CommandValues = std::vector<std::pair<unsigned int, int>>;
 std::unique_ptr<image_adjust::PictureSource> pictureBeside(
     const std::string& name, const std::function<CommandValues()>& assumed = {});
 
-/// The camera of a layer's name, as it is given there: "/dev/video0"; empty for
-/// a layer without one.
-std::string deviceOfLayer(const std::string& name);
-
 } // namespace host
