@@ -8,6 +8,7 @@
 
 #include "host/Camera.h"
 #include "host/Text.h"
+#include "host/api/Answers.h"
 #include "host/api/Json.h"
 #include "onvif/Services.h"
 

@@ -2,8 +2,8 @@
 
 #include "host/Operation.h"
 #include "host/Snapshot.h"
-#include "host/api/Api.h"
 #include "host/api/Json.h"
+#include "host/api/Messages.h"
 
 /// What became of an operation, as a response: a document when it is done, else a problem (RFC
 /// 9457) that carries the same document's members.
@@ -11,6 +11,9 @@ namespace host::api {
 
 /// @param snapshot  the camera after the operation
 Response answer(const Snapshot& snapshot, const Outcome& outcome, int language);
+
+/// A problem document of a status, a code and a sentence.
+Response problem(unsigned int status, const std::string& code, const std::string& detail);
 
 /// A response that carries a document.
 Response documentResponse(const Json& document, unsigned int status = 200);

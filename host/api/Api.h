@@ -1,13 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "host/access/Accounts.h"
+#include "host/api/Messages.h"
+#include "host/api/Routes.h"
 
 namespace host {
 class Camera;
@@ -18,46 +17,7 @@ class Camera;
 /// question has the same answer everywhere. Nothing here knows of sockets.
 namespace host::api {
 
-/// One request.
-struct Request {
-    std::string method;
-    std::string path; ///< below /api/v1: "/parameters/34"
-    std::vector<std::pair<std::string, std::string>> query;
-    std::string body;
-    std::string who;    ///< for the journal: the person, may be empty
-    std::string client; ///< the program or session
-
-    /// The first argument of a name, or null.
-    const std::string* argument(const char* name) const;
-};
-
-struct Response {
-    unsigned int status = 200;
-    std::string type = "application/json";
-    std::shared_ptr<const std::string> body;
-    int retryAfter = 0; ///< seconds; 0: none
-};
-
-/// What a path is, before anybody looks at the body.
-struct Route {
-    const char* method;
-    const char* pattern;        ///< "/parameters/{key}"
-    access_control::Role needs; ///< the least role
-    const char* bodyType;       ///< null: application/json
-    std::size_t mostBody;       ///< bytes
-};
-
 struct Handler;
-
-/// Every route.
-const std::vector<Route>& routes();
-
-/// The route of a method and path; null: none. @param methods  receives those that the path has
-const Route* findRoute(const std::string& method, const std::string& path, std::string& methods);
-
-constexpr char kSchemesType[] = "application/vnd.imgctl.schemes";
-constexpr std::size_t kMostBody = 65536;
-constexpr std::size_t kMostImport = 1 << 20;
 
 /// Answers requests about one camera. Any thread may call; the camera must outlive the answers.
 class Api {
@@ -82,8 +42,5 @@ private:
 
     std::shared_ptr<State> m_state;
 };
-
-/// A problem document (RFC 9457) of a status, a code and a sentence.
-Response problem(unsigned int status, const std::string& code, const std::string& detail);
 
 } // namespace host::api

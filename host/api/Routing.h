@@ -5,8 +5,10 @@
 
 #include "host/Operation.h"
 #include "host/Snapshot.h"
-#include "host/api/Api.h"
+#include "host/api/Answers.h"
 #include "host/api/Json.h"
+#include "host/api/Messages.h"
+#include "host/api/Routes.h"
 
 /// How a request becomes an operation or a document. For the API alone.
 namespace host {
