@@ -17,7 +17,7 @@ constexpr int lookStep = 50;
 } // namespace
 
 Capture::Capture(DeviceCalls& calls, const StreamFormat& fixed, CaptureHost host)
-    : m_calls(calls), m_fixed(fixed), m_host(std::move(host)), m_stream(calls) {}
+    : m_fixed(fixed), m_host(std::move(host)), m_stream(calls) {}
 
 Capture::~Capture() {
     Capture::stop();

@@ -45,7 +45,6 @@ private:
     bool take(const Stream::Frame& frame, Picture& picture);
     int lightOfFrame(const Stream::Frame& frame);
 
-    DeviceCalls& m_calls;
     StreamFormat m_fixed;
     CaptureHost m_host;
     std::mutex m_mutex; // whoever streams
