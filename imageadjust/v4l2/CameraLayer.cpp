@@ -218,10 +218,15 @@ int CameraLayer::setFields(unsigned int cmd, const void* data) {
         }
     }
     int result = 0;
+    bool decides = false; // something that day and night hang on is another now
     for (unsigned int i = 0; i < fields.count && result == 0; ++i) {
-        result = setValue(*find(fields.first + i), words[i]);
+        Entry& entry = *find(fields.first + i);
+        int before = 0;
+        decides =
+            decides || (isOfDayNight(cmd) && (entry.home->read(before) != 0 || before != words[i]));
+        result = setValue(entry, words[i]);
     }
-    if (result == 0 && isOfDayNight(cmd)) {
+    if (result == 0 && decides) {
         decideNight();
         const std::lock_guard<std::mutex> lock(m_lightMutex);
         m_lightAgain = true;

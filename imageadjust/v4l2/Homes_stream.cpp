@@ -118,6 +118,10 @@ int FrameRateHome::read(int& value) {
 }
 
 int FrameRateHome::write(int value) {
+    // A rate that is in force needs nobody to let go of the stream.
+    if (ask() == 0 && m_current == value) {
+        return 0;
+    }
     v4l2_streamparm order = {};
     order.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     for (const Rate& rate : rates()) {
