@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <set>
 
 #include "FuzzCamera.h"
@@ -66,10 +67,19 @@ private:
     }
 };
 
+/// Whether an answer is there with its body, so that only one to a request behind it may follow.
+bool isWhole(const std::string& answer) {
+    const std::string::size_type length = answer.find("Content-Length: ");
+    const std::string::size_type head = answer.find("\r\n\r\n");
+    return head != std::string::npos && length < head &&
+           answer.size() - head - 4 >= std::strtoul(answer.c_str() + length + 16, nullptr, 10);
+}
+
 /// Sends bytes in parts and reads what comes, streams for a moment only.
 std::string talk(unsigned int port, const std::vector<std::string>& parts) {
     constexpr std::size_t kEnough = 300000;
     constexpr int kPatience = 100; ///< milliseconds
+    constexpr int kLittlePatience = 2;
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -86,7 +96,8 @@ std::string talk(unsigned int port, const std::vector<std::string>& parts) {
     std::string answer;
     char block[16384];
     pollfd ready = {fd, POLLIN, 0};
-    while (answer.size() < kEnough && poll(&ready, 1, kPatience) > 0) {
+    while (answer.size() < kEnough &&
+           poll(&ready, 1, isWhole(answer) ? kLittlePatience : kPatience) > 0) {
         const ssize_t count = recv(fd, block, sizeof block, 0);
         if (count <= 0) {
             break;
