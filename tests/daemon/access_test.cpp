@@ -47,13 +47,15 @@ TEST_F(Daemon, EndsTheStreamsOfWhoMayNoLonger) {
         std::string path;
         std::string headers;
         std::string body;
+        std::string ended; ///< what its sender is told of it afterwards
     } rows[] = {
-        {"logout", viewer, "POST", "/api/v1/logout", viewer, ""},
+        {"logout", viewer, "POST", "/api/v1/logout", viewer, "", "null"},
         {"another password", otherLogin, "PUT", "/api/v1/users/viewer", boss,
-         R"({"password":"a new password"})"},
-        {"a lower role", oper, "PUT", "/api/v1/users/operator", boss, R"({"role":"monitor"})"},
-        {"a token revoked", revoked, "DELETE", "/api/v1/tokens/revoked", boss, ""},
-        {"a token over", expires, "", "", "", ""},
+         R"({"password":"a new password"})", R"("account")"},
+        {"a lower role", oper, "PUT", "/api/v1/users/operator", boss, R"({"role":"monitor"})",
+         R"("account")"},
+        {"a token revoked", revoked, "DELETE", "/api/v1/tokens/revoked", boss, "", "null"},
+        {"a token over", expires, "", "", "", "", "null"},
     };
     for (const auto& row : rows) {
         RawClient video(port);
@@ -79,6 +81,9 @@ TEST_F(Daemon, EndsTheStreamsOfWhoMayNoLonger) {
         EXPECT_TRUE(endsSoon(video)) << row.what;
         EXPECT_TRUE(endsSoon(events)) << row.what;
         EXPECT_EQ(ask("GET", "/api/v1/camera", row.who).status, 401) << row.what;
+        EXPECT_NE(ask("GET", "/api/v1/session", row.who).body.find("\"ended\":" + row.ended),
+                  std::string::npos)
+            << row.what;
     }
     // The administrator's own is untouched by all that.
     EXPECT_EQ(ask("GET", "/api/v1/users", boss).status, 200);

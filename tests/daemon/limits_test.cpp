@@ -126,9 +126,10 @@ TEST(Limits, SessionsEndAfterTwelveHoursAndAfterHalfAnHourUnused) {
         minutes every;
         minutes last; ///< that it still holds
         minutes over;
+        imgctld::SessionEnd why;
     } rows[] = {
-        {minutes(30), minutes(30), minutes(61)},
-        {minutes(29), minutes(12 * 60 - 1), minutes(12 * 60 + 1)},
+        {minutes(30), minutes(30), minutes(61), imgctld::SessionEnd::Unused},
+        {minutes(29), minutes(12 * 60 - 1), minutes(12 * 60 + 1), imgctld::SessionEnd::Age},
     };
     for (const auto& row : rows) {
         Sessions sessions;
@@ -141,7 +142,10 @@ TEST(Limits, SessionsEndAfterTwelveHoursAndAfterHalfAnHourUnused) {
         EXPECT_TRUE(sessions.find(secret, begin + row.last + minutes(1), false));
         EXPECT_FALSE(sessions.find(secret, begin + row.over))
             << "what a page asks by itself is no use";
+        EXPECT_EQ(sessions.endOf(secret, begin + row.last), std::nullopt);
+        EXPECT_EQ(sessions.endOf(secret, begin + row.over), row.why);
         EXPECT_EQ(sessions.revise(all, begin + row.over).size(), 1U) << "its streams end";
+        EXPECT_EQ(sessions.endOf(secret, begin + row.over), row.why) << "who comes later hears it";
     }
 }
 
@@ -272,6 +276,7 @@ soon serving
 url=https://localhost:$(sed -n 's|.*https://127.0.0.1:\([0-9]*\)/.*|\1|p' out)
 try first a.pem
 grep -q expiry_timestamp answer && echo expiry
+curl -sS --cacert a.pem $url/api/v1/session | grep -o certificate_expires.:.20
 try old a.pem "--tls-max 1.1 --ciphers DEFAULT@SECLEVEL=0"
 cp b.pem c.pem; cp -p b.key c.key; kill -HUP $pid; soon anew
 try second b.pem
@@ -283,7 +288,8 @@ kill $pid; wait $pid; echo ended $?
     std::string output;
     EXPECT_EQ(runProgram("bash", root + "/tls.sh", output), 0);
     EXPECT_EQ(output,
-              "first 200\nexpiry\nold 000\nold failed\nsecond 200\nfirst 000\nfirst "
+              "first 200\nexpiry\ncertificate_expires\":\"20\nold 000\nold failed\nsecond "
+              "200\nfirst 000\nfirst "
               "failed\nsecond 200\nended 0\n");
 }
 
