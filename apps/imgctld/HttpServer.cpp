@@ -1,6 +1,7 @@
 #include "HttpServer.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -378,6 +379,7 @@ struct HttpServer::State {
 
     std::shared_ptr<Shared> shared;
     MHD_Daemon* daemon = nullptr;
+    Tls tls; ///< that it serves with
     std::thread sweeper;
     std::mutex sweepLock;
     std::condition_variable sweepEnd;
@@ -456,6 +458,7 @@ bool HttpServer::start(int listenSocket, const Tls& tls, std::string& problem) {
                                           : "the HTTPS server does not take certificate and key";
         return false;
     }
+    state.tls = tls;
     if (!state.sweeper.joinable()) {
         state.ended = false;
         state.sweeper = std::thread([&state] { state.sweepUntilEnd(); });
@@ -490,7 +493,22 @@ bool HttpServer::restart(const Tls& tls, std::string& problem) {
     state.drain();
     MHD_stop_daemon(state.daemon);
     state.daemon = nullptr;
-    return start(listenSocket, tls, problem);
+    // A start that fails closes its socket; who connects meanwhile waits in the other one.
+    const int spare = fcntl(listenSocket, F_DUPFD_CLOEXEC, 0);
+    if (start(listenSocket, tls, problem)) {
+        close(spare);
+        return true;
+    }
+    const Tls before = state.tls;
+    std::string again;
+    if (!start(spare, before, again)) {
+        problem += "; with what it had before: " + again;
+    }
+    return false;
+}
+
+bool HttpServer::running() const {
+    return m_state->daemon != nullptr;
 }
 
 std::size_t HttpServer::connections() const {

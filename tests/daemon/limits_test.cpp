@@ -117,6 +117,20 @@ TEST(Limits, AStreamThatNobodyReadsEndsAndOneThatIsReadGoesOn) {
     EXPECT_FALSE(reads.ended(0.1));
 }
 
+TEST_F(Daemon, ServesOnAsBeforeWhenItsNewCertificateIsNotTaken) {
+    start(false);
+    std::string wrong;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(server->restart({"no certificate", "no key"}, wrong));
+        EXPECT_TRUE(server->running());
+        EXPECT_EQ(ask("GET", "/health").status, 200);
+    }
+    EXPECT_NE(wrong.find("certificate"), std::string::npos) << wrong;
+    server->stop();
+    RawClient late(port);
+    EXPECT_TRUE(late.ended(1)) << "nothing is left that listens";
+}
+
 TEST(Limits, SessionsEndAfterTwelveHoursAndAfterHalfAnHourUnused) {
     access_control::Accounts all;
     std::string why;
