@@ -278,10 +278,23 @@ TEST_F(Daemon, TheProgramRefusesWhatIsNotSafeAndSaysWhatToDo) {
             << output;
         EXPECT_NE(output.find(row.says), std::string::npos) << row.words << "\n" << output;
     }
-    chmod(key.c_str(), 0644);
-    std::string output;
-    EXPECT_EQ(runProgram(IMGCTLD, "--device " + root + tls + key, output), 1);
-    EXPECT_NE(output.find("chmod 600"), std::string::npos) << output;
+    // As LoadCredential= hands a key over; what stands elsewhere must be nobody else's.
+    const struct {
+        unsigned int mode;
+        std::string credentials;
+        const char* says;
+    } keys[] = {
+        {0644, "/nowhere", "chmod 600"}, {0440, "/nowhere", "chmod 600"}, {0440, "", "chmod 600"},
+        {0444, root, "chmod 600"},       {0440, root, "imgctl user add"},
+    };
+    for (const auto& row : keys) {
+        chmod(key.c_str(), row.mode);
+        std::string output;
+        const std::string program = "env CREDENTIALS_DIRECTORY=" + row.credentials + " " IMGCTLD;
+        EXPECT_EQ(
+            runProgram(program, "--device " + root + tls + key + " --listen 0.0.0.0:0", output), 1);
+        EXPECT_NE(output.find(row.says), std::string::npos) << row.mode << output;
+    }
 }
 
 TEST_F(Daemon, TheCommandLineManagesWhoMay) {
