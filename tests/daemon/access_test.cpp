@@ -212,6 +212,11 @@ TEST(Access, KeepsTheLastAdministrator) {
     EXPECT_EQ(access_control::tokenOf(all, secret + "0", 0), nullptr);
     ASSERT_TRUE(access_control::removeUser(all, "o", why)) << why;
     EXPECT_TRUE(all.tokens.empty()) << "what somebody made goes with him";
+    // Nobody can log in as "a" any more, so that the other is the last one.
+    ASSERT_TRUE(access_control::addUser(all, "b", Role::Administrator, "ten letters", why)) << why;
+    EXPECT_FALSE(access_control::removeUser(all, "b", why));
+    EXPECT_FALSE(access_control::setRole(all, "b", Role::Viewer, why));
+    EXPECT_TRUE(access_control::removeUser(all, "a", why)) << why;
 }
 
 TEST(Access, BelievesATrustedProxyAlone) {
