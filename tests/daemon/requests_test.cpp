@@ -1,4 +1,7 @@
-#include <filesystem>
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
 
 #include "Daemon.h"
 #include "host/api/Api.h"
@@ -208,6 +211,35 @@ TEST_F(Daemon, TakesOnlyBodiesThatItUnderstands) {
     }
     EXPECT_NE(client.answer().status, 200);
     EXPECT_TRUE(client.ended(5));
+}
+
+TEST_F(Daemon, SaysWhenToComeAgainWhereTooMuchWaitsAlready) {
+    start(false);
+    std::promise<void> begun;
+    std::promise<void> held;
+    std::atomic<int> done{0};
+    camera.submit({{}, host::Save{}}, [&](const host::Outcome&) {
+        begun.set_value();
+        held.get_future().wait();
+    });
+    begun.get_future().wait();
+    for (std::size_t i = 0; i < host::CameraOptions().queue; ++i) {
+        camera.submit({{}, host::Save{}}, [&done](const host::Outcome&) { ++done; });
+    }
+    const Answer full = ask("PUT", "/api/v1/parameters/34", "", R"({"value":60})");
+    EXPECT_EQ(full.status, 503);
+    EXPECT_EQ(full.header("retry-after"), "1");
+    EXPECT_NE(full.body.find("busy: again in 1 s"), std::string::npos) << full.body;
+    EXPECT_EQ(ask("GET", "/api/v1/parameters/34").status, 200) << "who only reads waits for nobody";
+    EXPECT_EQ(done, 0);
+    held.set_value();
+    int status = 503;
+    for (int i = 0; i < 200 && status == 503; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        status = ask("PUT", "/api/v1/mode", "", R"({"mode":"manual"})").status;
+    }
+    EXPECT_EQ(status, 200);
+    EXPECT_EQ(done, static_cast<int>(host::CameraOptions().queue)) << "what waited is done";
 }
 
 TEST_F(Daemon, SlowAndManyConnectionsDoNotKeepOthersWaiting) {

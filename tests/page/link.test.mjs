@@ -151,6 +151,11 @@ page('two pages share one trial: kept, dropped, reloaded', {}, async (camera, on
   await until(async () => (await camera.stored(0, brightness)) === 80);
   await until(async () => !(await shown(one, '.band.trial')));
   assert.equal(await control(one, brightness), 80);
+  await type(one, `#row${brightness} .number`, '70'); // on trial as well
+  await until(() => shown(one, '.band.trial'));
+  await camera.put(`/parameters/${brightness}`, { value: 60 });
+  await until(async () => (await text(one, `#n${brightness}`)) === 'Brightness: somebody on this machine set 60; your trial of it ended.');
+  assert.equal(await control(one, brightness), 60);
 });
 
 page('each role sees what it may, and who loses a right loses it within two seconds',
