@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <future>
 #include <regex>
@@ -73,7 +74,7 @@ TEST_F(Daemon, LetsSixteenWatch) {
     EXPECT_EQ(status, 200);
 }
 
-/// Streams without end to whoever asks.
+/// Streams without end to whoever asks, and remembers what it is told to log.
 class Endless : public http::Handler {
 public:
     bool head(const http::Request&, std::size_t&, http::Response&) override { return true; }
@@ -85,7 +86,14 @@ public:
         exchange->stream(http::Response(), std::make_unique<Bytes>(), options);
     }
     http::Response problem(unsigned int) override { return {}; }
-    void log(const std::string&) override {}
+    void log(const std::string& line) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_lines.push_back(line);
+    }
+    std::vector<std::string> lines() {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        return m_lines;
+    }
     std::atomic<int> gone{0};
 
 private:
@@ -95,6 +103,8 @@ private:
             return Pull::Chunk;
         }
     };
+    std::mutex m_lock;
+    std::vector<std::string> m_lines;
 };
 
 TEST(Limits, AStreamThatNobodyReadsEndsAndOneThatIsReadGoesOn) {
@@ -115,6 +125,37 @@ TEST(Limits, AStreamThatNobodyReadsEndsAndOneThatIsReadGoesOn) {
     EXPECT_EQ(handler.gone, 1);
     EXPECT_TRUE(stuck.ended(1));
     EXPECT_FALSE(reads.ended(0.1));
+}
+
+TEST(Limits, AFloodOfConnectionsIsALineASecondInTheLog) {
+    Endless handler;
+    http::Limits limits;
+    limits.ofAddress = 1;
+    http::HttpServer server(handler, limits);
+    std::string wrong;
+    const int listening = http::listenTcp("127.0.0.1", 0, wrong);
+    const unsigned int port = http::portOf(listening);
+    ASSERT_TRUE(server.start(listening, {}, wrong)) << wrong;
+    const MonotonicTime begin = std::chrono::steady_clock::now();
+    const RawClient first(port);
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_TRUE(RawClient(port).ended(2));
+    }
+    int told = 0;
+    for (int i = 0; i < 100 && told < 20; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        told = 0;
+        for (const std::string& line : handler.lines()) {
+            int count = 0;
+            EXPECT_EQ(
+                std::sscanf(line.c_str(), "127.0.0.1: %d refused, open connections: 1", &count), 1);
+            told += count;
+        }
+    }
+    EXPECT_EQ(told, 20) << "those after the first are counted, though nobody comes any more";
+    const auto took = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(handler.lines().size(),
+              2U + static_cast<std::size_t>(took / std::chrono::seconds(1)));
 }
 
 TEST_F(Daemon, ServesOnAsBeforeWhenItsNewCertificateIsNotTaken) {
