@@ -83,7 +83,7 @@ public:
         options.sendBuffer = 128 * 1024;
         options.secondsStuck = 1;
         options.gone = [this] { ++gone; };
-        exchange->stream(http::Response(), std::make_unique<Bytes>(), options);
+        exchange->stream(http::Response(), std::make_unique<Bytes>(taken), options);
     }
     http::Response problem(unsigned int) override { return {}; }
     void log(const std::string& line) override {
@@ -95,13 +95,20 @@ public:
         return m_lines;
     }
     std::atomic<int> gone{0};
+    std::atomic<std::size_t> taken{0}; ///< bytes of all streams
 
 private:
     class Bytes : public http::Source {
+    public:
+        explicit Bytes(std::atomic<std::size_t>& taken) : m_taken(taken) {}
         Pull pull(std::shared_ptr<const std::string>& chunk) override {
             chunk = std::make_shared<const std::string>(30000, 'x');
+            m_taken += chunk->size();
             return Pull::Chunk;
         }
+
+    private:
+        std::atomic<std::size_t>& m_taken;
     };
     std::mutex m_lock;
     std::vector<std::string> m_lines;
@@ -114,11 +121,13 @@ TEST(Limits, AStreamThatNobodyReadsEndsAndOneThatIsReadGoesOn) {
     const int listening = http::listenTcp("127.0.0.1", 0, wrong);
     const unsigned int port = http::portOf(listening);
     ASSERT_TRUE(server.start(listening, {}, wrong)) << wrong;
+    const std::string question = "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n";
     RawClient stuck(port);
+    stuck.send(question);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_LT(handler.taken, 1000000U) << "a picture is not to wait behind seconds of others";
     RawClient reads(port);
-    for (RawClient* client : {&stuck, &reads}) {
-        client->send("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n");
-    }
+    reads.send(question);
     for (int i = 0; i < 30 && handler.gone == 0; ++i) {
         EXPECT_FALSE(reads.ended(0.1));
     }
@@ -310,22 +319,29 @@ TEST_F(Daemon, BelievesTheMachineWhoComesOverTheUnixSocket) {
 TEST_F(Daemon, ServesOverTlsAndTakesAFreshCertificateWhenTold) {
     std::string wrong;
     std::string print;
+    std::string prints;
     for (const char* name : {"/a", "/b"}) {
         ASSERT_TRUE(access_control::makeSelfSigned({"localhost"}, 10, root + name + ".pem",
                                                    root + name + ".key", print, wrong))
             << wrong;
+        prints += " " + print;
     }
     // What curl says of: the first certificate, an old version, the second after SIGHUP, the first
-    // then, and after a certificate that is none.
+    // then, and after a certificate that is none. imgctl believes the one that it was told of.
     std::ofstream(root + "/tls.sh")
         << R"sh(
 cd ")sh" << root
         << R"sh("
 cp a.pem c.pem; cp -p a.key c.key
+prints=")sh"
+        << prints << R"sh("
+imgctl() { )sh"
+        << IMGCTL << R"sh( "$@"; }
 )sh" << IMGCTLD
         << R"sh( --device . --listen 127.0.0.1:0 --tls-cert c.pem --tls-key c.key >out 2>&1 &
 pid=$!
 try() { curl -sS -o answer -w "$1 %{http_code}\n" --cacert $2 $3 $url/metrics 2>/dev/null || echo "$1 failed"; }
+pin() { imgctl --connect $url --certificate $1 status >said 2>&1; echo pinned $?; grep -o "another certificate" said; }
 soon() { for i in $(seq 100); do grep -q "$1" out && return; sleep 0.05; done; echo "no $1"; }
 soon serving
 url=https://localhost:$(sed -n 's|.*https://127.0.0.1:\([0-9]*\)/.*|\1|p' out)
@@ -338,14 +354,18 @@ try second b.pem
 try first a.pem
 echo x >c.pem; kill -HUP $pid; soon "not taken"
 try second b.pem
+for print in $prints; do pin $print; done
+echo secret >token; chmod 644 token
+imgctl --connect $url --token-file token status 2>&1 | grep -o "others may read"
 kill $pid; wait $pid; echo ended $?
 )sh";
     std::string output;
     EXPECT_EQ(runProgram("bash", root + "/tls.sh", output), 0);
-    EXPECT_EQ(output,
-              "first 200\nexpiry\ncertificate_expires\":\"20\nold 000\nold failed\nsecond "
-              "200\nfirst 000\nfirst "
-              "failed\nsecond 200\nended 0\n");
+    EXPECT_EQ(
+        output,
+        "first 200\nexpiry\ncertificate_expires\":\"20\nold 000\nold failed\nsecond "
+        "200\nfirst 000\nfirst "
+        "failed\nsecond 200\npinned 1\nanother certificate\npinned 0\nothers may read\nended 0\n");
 }
 
 } // namespace

@@ -141,6 +141,8 @@ TEST_F(Daemon, RefusesHeadsThatAreNotSound) {
          own + "Content-Type: application/vnd.imgctl.schemes\r\nContent-Length: 1048577\r\n", 413,
          true},
         {"GET", "/api/v1/camera", own + "Content-Length: 1\r\n", 413, true},
+        {"GET", "/api/v1/history?count=1001", own, 400, false},
+        {"GET", "/api/v1/plan?hours=100000", own, 400, false},
         {"GET", "/api/v1/camera?lang=%zz", own, 400, true},
         {"GET", "/api/v1/camera?lang=1%00", own, 400, true},
         {"GET", "/../device/module.cfg", own, 404, true},
@@ -261,7 +263,9 @@ TEST_F(Daemon, SlowAndManyConnectionsDoNotKeepOthersWaiting) {
         }
     }
     RawClient body(port);
+    RawClient large(port); // has a second more for each 16 KiB
     body.send(request("PUT", "/api/v1/mode", cookie + "Content-Length: 100\r\n"));
+    large.send(request("PUT", "/api/v1/mode", cookie + "Content-Length: 65536\r\n"));
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(ask("GET", "/api/v1/camera", cookie).status, 200);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
@@ -275,6 +279,7 @@ TEST_F(Daemon, SlowAndManyConnectionsDoNotKeepOthersWaiting) {
         EXPECT_TRUE(client->ended(2));
     }
     EXPECT_TRUE(body.ended(2));
+    EXPECT_FALSE(large.ended(0));
 }
 
 TEST_F(Daemon, StopsWithStreamsOpenAndARequestHalfThere) {
@@ -294,6 +299,18 @@ TEST_F(Daemon, StopsWithStreamsOpenAndARequestHalfThere) {
         EXPECT_TRUE(client->ended(1));
     }
     EXPECT_TRUE(half.ended(1));
+}
+
+TEST_F(Daemon, StoppedItTellsWhoStillWaitsForAnAnswer) {
+    start(false);
+    std::promise<void> held;
+    camera.submit({{}, host::Save{}}, [&](const host::Outcome&) { held.get_future().wait(); });
+    RawClient waits(port);
+    waits.send(request("PUT", "/api/v1/parameters/34", "", R"({"value":60})"));
+    EXPECT_FALSE(waits.readUntil("HTTP", 0.2));
+    server->stop();
+    EXPECT_EQ(waits.answer().status, 503);
+    held.set_value(); // its own answer comes too late, and harms nobody
 }
 
 } // namespace
