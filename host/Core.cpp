@@ -147,6 +147,7 @@ void Core::submit(Request request, Completion done) {
     refused.result = full ? Result::Busy : Result::Refused;
     refused.refusal.reason = full ? Reason::Busy : Reason::Stopping;
     refused.retryAfter = full ? kRetryAfter : 0;
+    refused.refusal.detail = full ? "again in " + std::to_string(kRetryAfter) + " s" : "";
     done(refused);
 }
 

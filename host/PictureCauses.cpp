@@ -213,7 +213,7 @@ private:
 
     static bool hasNoEffect(const Value& value) {
         return value.block.reason == Reason::Blocked || value.block.reason == Reason::Unsupported ||
-               (value.state != nullptr && (value.state->inactive || !value.state->supported));
+               !value.supported() || (value.state != nullptr && value.state->inactive);
     }
 
     /// How far a value is from the neutral one towards the end that the row is about, 0 .. 1.

@@ -69,6 +69,14 @@ std::optional<int> Value::inForce() const {
     return applied ? applied : stored ? stored : readBack;
 }
 
+bool Value::supported() const {
+    return state == nullptr || state->supported;
+}
+
+std::string Value::unit() const {
+    return state != nullptr ? state->unit : std::string();
+}
+
 const Value* Snapshot::value(u32 key) const {
     const std::size_t index = catalogue->indexOf(key);
     return index < values.size() ? &values[index] : nullptr;

@@ -123,6 +123,11 @@ struct Value {
     /// The value in force, as far as the host knows: applied, else stored, else read back.
     std::optional<int> inForce() const;
     bool unsaved() const { return stored && saved != stored; }
+
+    /// Whether the device has it; what is only stored needs no device.
+    bool supported() const;
+    /// What the device counts in, where that is another unit than the key's own; else empty.
+    std::string unit() const;
 };
 
 /// A scheme: timed, or the default one, which is the last.

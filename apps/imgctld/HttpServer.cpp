@@ -1,6 +1,6 @@
 #include "HttpServer.h"
 
-#include <arpa/inet.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -80,39 +80,6 @@ std::size_t leaveEscaped(void*, MHD_Connection*, char* text) {
     return std::strlen(text);
 }
 
-std::string textOf(const sockaddr* address) {
-    char text[INET6_ADDRSTRLEN] = "";
-    if (address->sa_family == AF_INET) {
-        const auto* v4 = reinterpret_cast<const sockaddr_in*>(address);
-        inet_ntop(AF_INET, &v4->sin_addr, text, sizeof text);
-    } else if (address->sa_family == AF_INET6) {
-        const auto* v6 = reinterpret_cast<const sockaddr_in6*>(address);
-        if (IN6_IS_ADDR_V4MAPPED(&v6->sin6_addr)) {
-            inet_ntop(AF_INET, &v6->sin6_addr.s6_addr[12], text, sizeof text);
-        } else {
-            inet_ntop(AF_INET6, &v6->sin6_addr, text, sizeof text);
-        }
-    } else {
-        return "unix";
-    }
-    return text;
-}
-
-/// What connections are counted by: whoever has an IPv6 network has all its addresses.
-std::string countedAs(const sockaddr* address) {
-    if (address->sa_family == AF_INET6) {
-        const auto* v6 = reinterpret_cast<const sockaddr_in6*>(address);
-        if (!IN6_IS_ADDR_V4MAPPED(&v6->sin6_addr)) {
-            in6_addr network = v6->sin6_addr;
-            std::memset(&network.s6_addr[8], 0, 8);
-            char text[INET6_ADDRSTRLEN] = "";
-            inet_ntop(AF_INET6, &network, text, sizeof text);
-            return std::string(text) + "/64";
-        }
-    }
-    return textOf(address);
-}
-
 } // namespace
 
 const std::string* Request::header(const char* name) const {
@@ -134,28 +101,6 @@ const std::string* Request::argument(const char* name) const {
     return found != query.end() ? &found->value : nullptr;
 }
 
-void Shared::forget(const std::string& counted, bool known) {
-    const auto found = addresses.find(counted);
-    if (found == addresses.end()) {
-        return;
-    }
-    --found->second.all;
-    if (!known) {
-        --found->second.strangers;
-    }
-    if (found->second.all == 0 && found->second.refused == 0) {
-        addresses.erase(found);
-    }
-}
-
-void Shared::setDeadline(MHD_Connection* connection, Clock::time_point deadline) {
-    const std::lock_guard<std::mutex> guard(lock);
-    const auto found = connections.find(connection);
-    if (found != connections.end()) {
-        found->second.deadline = deadline;
-    }
-}
-
 /// Outside every lock of ours: the library takes its own.
 void Shared::resume(MHD_Connection* connection) {
     MHD_resume_connection(connection);
@@ -165,73 +110,6 @@ void Shared::resume(MHD_Connection* connection) {
 }
 
 namespace {
-
-MHD_Result acceptPolicy(void* cls, const sockaddr* address, socklen_t size) {
-    Shared& shared = **static_cast<std::shared_ptr<Shared>*>(cls);
-    if (size == 0 || address->sa_family == AF_UNIX) {
-        return MHD_YES;
-    }
-    const std::string text = textOf(address);
-    const auto& free = shared.limits.unlimited;
-    if (std::find(free.begin(), free.end(), text) != free.end()) {
-        return MHD_YES;
-    }
-    std::string line;
-    {
-        const std::lock_guard<std::mutex> guard(shared.lock);
-        Shared::Address& counted = shared.addresses[countedAs(address)];
-        if (counted.all < shared.limits.ofAddress && counted.strangers < shared.limits.ofStranger) {
-            return MHD_YES;
-        }
-        // One line an address and second, then a count: a flood must not fill the log as well.
-        ++counted.refused;
-        const Clock::time_point now = Clock::now();
-        if (now - counted.told >= Seconds(1)) {
-            line = text + ": " + std::to_string(counted.refused) + " connections refused, " +
-                   std::to_string(counted.all) + " are open";
-            counted.told = now;
-            counted.refused = 0;
-        }
-    }
-    if (!line.empty()) {
-        shared.handler.log(line);
-    }
-    return MHD_NO;
-}
-
-void connectionChanged(void* cls, MHD_Connection* connection, void**,
-                       MHD_ConnectionNotificationCode code) {
-    Shared& shared = **static_cast<std::shared_ptr<Shared>*>(cls);
-    const std::lock_guard<std::mutex> guard(shared.lock);
-    if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
-        const auto found = shared.connections.find(connection);
-        if (found != shared.connections.end()) {
-            shared.forget(found->second.counted, found->second.known);
-            shared.connections.erase(found);
-        }
-        return;
-    }
-    Shared::Connection record;
-    const MHD_ConnectionInfo* info =
-        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
-    record.fd = info != nullptr ? info->connect_fd : -1;
-    info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
-    const bool hasAddress = info != nullptr && info->client_addr != nullptr;
-    int domain = 0;
-    socklen_t size = sizeof domain;
-    // Who comes over the Unix socket may do much: the socket itself says that it is one.
-    if (getsockopt(record.fd, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_UNIX) {
-        record.peer = record.counted = "unix";
-    } else {
-        record.peer = hasAddress ? textOf(info->client_addr) : "unknown";
-        record.counted = hasAddress ? countedAs(info->client_addr) : "unknown";
-    }
-    record.deadline = Clock::now() + Seconds(shared.limits.headSeconds);
-    Shared::Address& address = shared.addresses[record.counted];
-    ++address.all;
-    ++address.strangers;
-    shared.connections[connection] = std::move(record);
-}
 
 void fillRequest(Shared& shared, MHD_Connection* connection, const char* url, const char* method,
                  Request& request) {
@@ -339,45 +217,13 @@ void requestDone(void* cls, MHD_Connection* connection, void** context,
 
 } // namespace
 
-/// Ends what is too slow: the library's own timeout counts silence only, so a byte now and then
-/// would hold a connection for ever.
-void Shared::sweep() {
-    const Clock::time_point now = Clock::now();
-    std::vector<std::shared_ptr<Stream>> stuck;
-    {
-        const std::lock_guard<std::mutex> guard(lock);
-        for (auto& entry : connections) {
-            Connection& connection = entry.second;
-            if (!connection.closing && now > connection.deadline) {
-                connection.closing = true;
-                shutdown(connection.fd, SHUT_RDWR);
-            }
-        }
-        for (const auto& stream : streams) {
-            if (stream->stuck(now)) {
-                stuck.push_back(stream);
-                const auto found = connections.find(stream->connection());
-                if (found != connections.end()) {
-                    shutdown(found->second.fd, SHUT_RDWR);
-                }
-            }
-        }
-        for (auto i = addresses.begin(); i != addresses.end();) {
-            const bool quiet = i->second.all == 0 && now - i->second.told > Seconds(2);
-            i = quiet ? addresses.erase(i) : std::next(i);
-        }
-    }
-    for (const auto& stream : stuck) {
-        stream->end();
-    }
-}
-
 struct HttpServer::State {
     State(Handler& handler, Limits limits)
         : shared(std::make_shared<Shared>(handler, std::move(limits))) {}
 
     std::shared_ptr<Shared> shared;
     MHD_Daemon* daemon = nullptr;
+    Tls tls; ///< that it serves with
     std::thread sweeper;
     std::mutex sweepLock;
     std::condition_variable sweepEnd;
@@ -430,7 +276,7 @@ bool HttpServer::start(int listenSocket, const Tls& tls, std::string& problem) {
         {MHD_OPTION_CONNECTION_TIMEOUT, static_cast<intptr_t>(shared.limits.headSeconds), nullptr},
         {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
         {MHD_OPTION_NOTIFY_COMPLETED, reinterpret_cast<intptr_t>(&requestDone), &state.shared},
-        {MHD_OPTION_NOTIFY_CONNECTION, reinterpret_cast<intptr_t>(&connectionChanged),
+        {MHD_OPTION_NOTIFY_CONNECTION, reinterpret_cast<intptr_t>(&Shared::connectionChanged),
          &state.shared},
         {MHD_OPTION_UNESCAPE_CALLBACK, reinterpret_cast<intptr_t>(&leaveEscaped), nullptr},
     };
@@ -449,13 +295,14 @@ bool HttpServer::start(int listenSocket, const Tls& tls, std::string& problem) {
     options.push_back({MHD_OPTION_END, 0, nullptr});
     shared.stopping = false;
     state.daemon =
-        MHD_start_daemon(flags, 0, acceptPolicy, &state.shared, requestCame, &state.shared,
+        MHD_start_daemon(flags, 0, Shared::acceptPolicy, &state.shared, requestCame, &state.shared,
                          MHD_OPTION_ARRAY, options.data(), MHD_OPTION_END);
     if (state.daemon == nullptr) {
         problem = tls.certificate.empty() ? "the HTTP server does not start"
                                           : "the HTTPS server does not take certificate and key";
         return false;
     }
+    state.tls = tls;
     if (!state.sweeper.joinable()) {
         state.ended = false;
         state.sweeper = std::thread([&state] { state.sweepUntilEnd(); });
@@ -490,7 +337,22 @@ bool HttpServer::restart(const Tls& tls, std::string& problem) {
     state.drain();
     MHD_stop_daemon(state.daemon);
     state.daemon = nullptr;
-    return start(listenSocket, tls, problem);
+    // A start that fails closes its socket; who connects meanwhile waits in the other one.
+    const int spare = fcntl(listenSocket, F_DUPFD_CLOEXEC, 0);
+    if (start(listenSocket, tls, problem)) {
+        close(spare);
+        return true;
+    }
+    const Tls before = state.tls;
+    std::string again;
+    if (!start(spare, before, again)) {
+        problem += "; with what it had before: " + again;
+    }
+    return false;
+}
+
+bool HttpServer::running() const {
+    return m_state->daemon != nullptr;
 }
 
 std::size_t HttpServer::connections() const {

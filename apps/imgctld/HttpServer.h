@@ -135,7 +135,12 @@ public:
     void stop();
 
     /// Serves on with another certificate; connections that are open end.
+    /// @param problem  receives what is wrong
+    /// @return false: it serves with what it had before, or, where even that fails, not at all
     bool restart(const Tls& tls, std::string& problem);
+
+    /// Whether it serves. On the thread that starts and stops it.
+    bool running() const;
 
     /// Open connections.
     std::size_t connections() const;

@@ -46,6 +46,11 @@ struct Shared {
 
     void forget(const std::string& counted, bool known);
     void setDeadline(MHD_Connection* connection, Clock::time_point deadline);
+    /// The library's questions about connections; cls is the address of a shared_ptr to this.
+    static MHD_Result acceptPolicy(void* cls, const sockaddr* address, socklen_t size);
+    static void connectionChanged(void* cls, MHD_Connection* connection, void**,
+                                  MHD_ConnectionNotificationCode code);
+    /// Ends what is too slow, and logs what was refused. To be called a few times a second.
     void sweep();
     void resume(MHD_Connection* connection);
 

@@ -64,6 +64,18 @@ std::string day(long long seconds) {
     return text;
 }
 
+const char* nameOf(SessionEnd end) {
+    switch (end) {
+        case SessionEnd::Unused:
+            return "unused";
+        case SessionEnd::Age:
+            return "age";
+        case SessionEnd::Account:
+            break;
+    }
+    return "account";
+}
+
 std::string sentenceOf(std::string part) {
     if (!part.empty() && part[0] >= 'a' && part[0] <= 'z') {
         part[0] = static_cast<char>(part[0] - 'a' + 'A');
@@ -208,10 +220,17 @@ void Service::session(const Shared& exchange, const Identity& who) {
     const bool encrypted =
         request.encrypted || m_options.names.publicUrl.compare(0, 8, "https://") == 0;
     const auto can = [&who](Role role) { return who.known && who.role >= role; };
+    const std::string* const cookies = request.header("cookie");
+    std::optional<SessionEnd> ended;
+    if (!who.known && cookies != nullptr) {
+        ended = m_sessions.endOf(cookieValue(*cookies, cookieName(request.encrypted)),
+                                 std::chrono::steady_clock::now());
+    }
     answer(
         exchange,
         document({{"login_needed", loginNeeded()},
                   {"logged_in", who.known},
+                  {"ended", ended ? Json(nameOf(*ended)) : Json(nullptr)},
                   {"user", who.name.empty() ? Json(nullptr) : Json(who.name)},
                   {"role", who.known ? Json(access_control::nameOf(who.role)) : Json(nullptr)},
                   {"encrypted", encrypted},

@@ -41,7 +41,7 @@ std::optional<Identity> Sessions::find(const std::string& secret, MonotonicTime 
         return std::nullopt;
     }
     Session& session = found->second;
-    if (over(session, now)) {
+    if (endOf(session, now)) {
         return std::nullopt; // revise() takes it away, with its streams
     }
     if (used) {
@@ -55,6 +55,25 @@ void Sessions::close(const std::string& secret) {
     m_sessions.erase(access_control::secrets::sha256(secret));
 }
 
+std::optional<SessionEnd> Sessions::endOf(const Session& session, MonotonicTime now) {
+    if (now - session.used > kIdle) {
+        return SessionEnd::Unused;
+    }
+    return now - session.opened > kLongest ? std::optional(SessionEnd::Age) : std::nullopt;
+}
+
+std::optional<SessionEnd> Sessions::endOf(const std::string& secret, MonotonicTime now) {
+    const std::string digest = access_control::secrets::sha256(secret);
+    const std::lock_guard<std::mutex> guard(m_lock);
+    const auto open = m_sessions.find(digest);
+    if (open != m_sessions.end()) {
+        return endOf(open->second, now);
+    }
+    const auto found = std::find_if(m_over.begin(), m_over.end(),
+                                    [&digest](const auto& one) { return one.first == digest; });
+    return found != m_over.end() ? std::optional(found->second) : std::nullopt;
+}
+
 std::vector<std::string> Sessions::revise(const Accounts& accounts, MonotonicTime now) {
     std::vector<std::string> ended;
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -63,11 +82,17 @@ std::vector<std::string> Sessions::revise(const Accounts& accounts, MonotonicTim
         const User* const user = accounts.user(i->second.user.name);
         const bool same = user != nullptr && user->role == i->second.user.role &&
                           user->hash == i->second.user.hash;
-        if (same && !over(i->second, now)) {
+        const std::optional<SessionEnd> end =
+            same ? endOf(i->second, now) : std::optional(SessionEnd::Account);
+        if (!end) {
             ++i;
             continue;
         }
         ended.push_back(i->second.number);
+        m_over.emplace_back(i->first, *end);
+        if (m_over.size() > kMost) {
+            m_over.pop_front();
+        }
         i = m_sessions.erase(i);
     }
     return ended;

@@ -27,13 +27,20 @@ struct Identity {
     bool byToken = false;
 };
 
+/// Why a session is over.
+enum class SessionEnd {
+    Unused,  ///< nobody used it for so long
+    Age,     ///< it lasted as long as one may
+    Account, ///< the user is gone, or has another role or password
+};
+
 /// The logins of people: in memory, bound to a random number that the browser keeps. They end after
 /// 12 hours, after 30 minutes without use, and when the account changes. Any thread.
 class Sessions {
 public:
     static constexpr auto kLongest = std::chrono::hours(12);
     static constexpr auto kIdle = std::chrono::minutes(30);
-    static constexpr std::size_t kMost = 1000;
+    static constexpr std::size_t kMost = 1000; ///< open at a time; and of those that ended, known
 
     /// @return the secret of a new session: 128 random bits
     std::string open(const access_control::User& user, MonotonicTime now);
@@ -42,6 +49,10 @@ public:
     std::optional<Identity> find(const std::string& secret, MonotonicTime now, bool used = true);
 
     void close(const std::string& secret);
+
+    /// Why the session of a secret is over; none for one that is open, was closed, or ended so long
+    /// ago that nobody remembers it.
+    std::optional<SessionEnd> endOf(const std::string& secret, MonotonicTime now);
 
     /// Ends sessions whose user is gone or has another role or password.
     /// @return the numbers of those that ended, these and such as have run out
@@ -54,13 +65,12 @@ private:
         MonotonicTime opened;
         MonotonicTime used;
     };
-    static bool over(const Session& session, MonotonicTime now) {
-        return now - session.opened > kLongest || now - session.used > kIdle;
-    }
+    static std::optional<SessionEnd> endOf(const Session& session, MonotonicTime now);
 
     std::mutex m_lock;
     std::map<std::string, Session> m_sessions; ///< by the digest of the secret
     std::vector<std::string> m_displaced;      ///< numbers that revise() has not told yet
+    std::deque<std::pair<std::string, SessionEnd>> m_over; ///< by the digest; the newest last
     unsigned long m_numbers = 0;
 };
 

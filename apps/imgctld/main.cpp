@@ -159,14 +159,14 @@ public:
         std::fflush(stdout);
         Watchdog watchdog;
         watchdog.ready();
-        serve(signals, watchdog);
+        const bool asked = serve(signals, watchdog);
         watchdog.stopping();
         m_local->stop();
         m_server->stop();
         unlink(m_socketPath.c_str());
         // The camera's answers still come while it stops; the service must be there for them.
         m_camera.stop();
-        return 0;
+        return asked ? 0 : 1;
     }
 
 private:
@@ -272,15 +272,20 @@ private:
                m_local->start(local, http::HttpServer::Tls(), m_problem);
     }
 
-    void serve(const sigset_t& signals, Watchdog& watchdog) {
+    /// @return true when it was told to end, false when it can serve no longer
+    bool serve(const sigset_t& signals, Watchdog& watchdog) {
         for (;;) {
             const timespec half = {0, 500000000};
             const int number = sigtimedwait(&signals, nullptr, &half);
             if (number == SIGINT || number == SIGTERM) {
-                return;
+                return true;
             }
             if (number == SIGHUP) {
                 reload();
+            }
+            if (!m_server->running()) {
+                m_service->log("nothing is served any more; ending");
+                return false;
             }
             m_service->tick();
             // A camera that is gone is none of the watchdog's business; a thread that hangs is.

@@ -45,11 +45,15 @@ bool removeNamed(List& list, const std::string& name, const char* kind, std::str
     return true;
 }
 
+/// One whose hash matches no password can do nothing.
+bool canAdministrate(const User& user) {
+    return user.role == Role::Administrator && secrets::canMatch(user.hash);
+}
+
 /// A camera with users but without an administrator could not be helped from outside.
 bool isLastAdministrator(const Accounts& accounts, const User& user) {
-    return user.role == Role::Administrator &&
-           std::count_if(accounts.users.begin(), accounts.users.end(),
-                         [](const User& one) { return one.role == Role::Administrator; }) == 1;
+    return canAdministrate(user) &&
+           std::count_if(accounts.users.begin(), accounts.users.end(), canAdministrate) == 1;
 }
 
 User* findUser(Accounts& accounts, const std::string& name, std::string& problem) {
@@ -88,9 +92,7 @@ const Token* Accounts::token(const std::string& name) const {
 }
 
 bool Accounts::hasAdministrator() const {
-    return std::any_of(users.begin(), users.end(), [](const User& user) {
-        return user.role == Role::Administrator && secrets::canMatch(user.hash);
-    });
+    return std::any_of(users.begin(), users.end(), canAdministrate);
 }
 
 bool isName(const std::string& text) {

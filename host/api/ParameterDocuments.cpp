@@ -58,7 +58,7 @@ Json flagsDocument(const Snapshot& snapshot, const Parameter& parameter, const V
     flag(state != nullptr && state->held, "held");
     flag(state != nullptr && !state->readable, "write_only");
     flag(parameter.storedOnly(), "stored_only");
-    flag(state != nullptr && !state->supported, "not_on_camera");
+    flag(!value.supported(), "not_on_camera");
     flag(value.restricted, "restricted");
     flag(parameter.key >= KEY_SCHEME_ENABLE && parameter.key <= KEY_SCHEME_END_MIN, "window");
     flag(!parameter.inScheme(), "not_in_scheme");

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <future>
 #include <regex>
@@ -73,7 +74,7 @@ TEST_F(Daemon, LetsSixteenWatch) {
     EXPECT_EQ(status, 200);
 }
 
-/// Streams without end to whoever asks.
+/// Streams without end to whoever asks, and remembers what it is told to log.
 class Endless : public http::Handler {
 public:
     bool head(const http::Request&, std::size_t&, http::Response&) override { return true; }
@@ -82,19 +83,35 @@ public:
         options.sendBuffer = 128 * 1024;
         options.secondsStuck = 1;
         options.gone = [this] { ++gone; };
-        exchange->stream(http::Response(), std::make_unique<Bytes>(), options);
+        exchange->stream(http::Response(), std::make_unique<Bytes>(taken), options);
     }
     http::Response problem(unsigned int) override { return {}; }
-    void log(const std::string&) override {}
+    void log(const std::string& line) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_lines.push_back(line);
+    }
+    std::vector<std::string> lines() {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        return m_lines;
+    }
     std::atomic<int> gone{0};
+    std::atomic<std::size_t> taken{0}; ///< bytes of all streams
 
 private:
     class Bytes : public http::Source {
+    public:
+        explicit Bytes(std::atomic<std::size_t>& taken) : m_taken(taken) {}
         Pull pull(std::shared_ptr<const std::string>& chunk) override {
             chunk = std::make_shared<const std::string>(30000, 'x');
+            m_taken += chunk->size();
             return Pull::Chunk;
         }
+
+    private:
+        std::atomic<std::size_t>& m_taken;
     };
+    std::mutex m_lock;
+    std::vector<std::string> m_lines;
 };
 
 TEST(Limits, AStreamThatNobodyReadsEndsAndOneThatIsReadGoesOn) {
@@ -104,17 +121,64 @@ TEST(Limits, AStreamThatNobodyReadsEndsAndOneThatIsReadGoesOn) {
     const int listening = http::listenTcp("127.0.0.1", 0, wrong);
     const unsigned int port = http::portOf(listening);
     ASSERT_TRUE(server.start(listening, {}, wrong)) << wrong;
+    const std::string question = "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n";
     RawClient stuck(port);
+    stuck.send(question);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_LT(handler.taken, 1000000U) << "a picture is not to wait behind seconds of others";
     RawClient reads(port);
-    for (RawClient* client : {&stuck, &reads}) {
-        client->send("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n");
-    }
+    reads.send(question);
     for (int i = 0; i < 30 && handler.gone == 0; ++i) {
         EXPECT_FALSE(reads.ended(0.1));
     }
     EXPECT_EQ(handler.gone, 1);
     EXPECT_TRUE(stuck.ended(1));
     EXPECT_FALSE(reads.ended(0.1));
+}
+
+TEST(Limits, AFloodOfConnectionsIsALineASecondInTheLog) {
+    Endless handler;
+    http::Limits limits;
+    limits.ofAddress = 1;
+    http::HttpServer server(handler, limits);
+    std::string wrong;
+    const int listening = http::listenTcp("127.0.0.1", 0, wrong);
+    const unsigned int port = http::portOf(listening);
+    ASSERT_TRUE(server.start(listening, {}, wrong)) << wrong;
+    const MonotonicTime begin = std::chrono::steady_clock::now();
+    const RawClient first(port);
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_TRUE(RawClient(port).ended(2));
+    }
+    int told = 0;
+    for (int i = 0; i < 100 && told < 20; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        told = 0;
+        for (const std::string& line : handler.lines()) {
+            int count = 0;
+            EXPECT_EQ(
+                std::sscanf(line.c_str(), "127.0.0.1: %d refused, open connections: 1", &count), 1);
+            told += count;
+        }
+    }
+    EXPECT_EQ(told, 20) << "those after the first are counted, though nobody comes any more";
+    const auto took = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(handler.lines().size(),
+              2U + static_cast<std::size_t>(took / std::chrono::seconds(1)));
+}
+
+TEST_F(Daemon, ServesOnAsBeforeWhenItsNewCertificateIsNotTaken) {
+    start(false);
+    std::string wrong;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(server->restart({"no certificate", "no key"}, wrong));
+        EXPECT_TRUE(server->running());
+        EXPECT_EQ(ask("GET", "/health").status, 200);
+    }
+    EXPECT_NE(wrong.find("certificate"), std::string::npos) << wrong;
+    server->stop();
+    RawClient late(port);
+    EXPECT_TRUE(late.ended(1)) << "nothing is left that listens";
 }
 
 TEST(Limits, SessionsEndAfterTwelveHoursAndAfterHalfAnHourUnused) {
@@ -126,9 +190,10 @@ TEST(Limits, SessionsEndAfterTwelveHoursAndAfterHalfAnHourUnused) {
         minutes every;
         minutes last; ///< that it still holds
         minutes over;
+        imgctld::SessionEnd why;
     } rows[] = {
-        {minutes(30), minutes(30), minutes(61)},
-        {minutes(29), minutes(12 * 60 - 1), minutes(12 * 60 + 1)},
+        {minutes(30), minutes(30), minutes(61), imgctld::SessionEnd::Unused},
+        {minutes(29), minutes(12 * 60 - 1), minutes(12 * 60 + 1), imgctld::SessionEnd::Age},
     };
     for (const auto& row : rows) {
         Sessions sessions;
@@ -141,7 +206,10 @@ TEST(Limits, SessionsEndAfterTwelveHoursAndAfterHalfAnHourUnused) {
         EXPECT_TRUE(sessions.find(secret, begin + row.last + minutes(1), false));
         EXPECT_FALSE(sessions.find(secret, begin + row.over))
             << "what a page asks by itself is no use";
+        EXPECT_EQ(sessions.endOf(secret, begin + row.last), std::nullopt);
+        EXPECT_EQ(sessions.endOf(secret, begin + row.over), row.why);
         EXPECT_EQ(sessions.revise(all, begin + row.over).size(), 1U) << "its streams end";
+        EXPECT_EQ(sessions.endOf(secret, begin + row.over), row.why) << "who comes later hears it";
     }
 }
 
@@ -251,40 +319,53 @@ TEST_F(Daemon, BelievesTheMachineWhoComesOverTheUnixSocket) {
 TEST_F(Daemon, ServesOverTlsAndTakesAFreshCertificateWhenTold) {
     std::string wrong;
     std::string print;
+    std::string prints;
     for (const char* name : {"/a", "/b"}) {
         ASSERT_TRUE(access_control::makeSelfSigned({"localhost"}, 10, root + name + ".pem",
                                                    root + name + ".key", print, wrong))
             << wrong;
+        prints += " " + print;
     }
     // What curl says of: the first certificate, an old version, the second after SIGHUP, the first
-    // then, and after a certificate that is none.
+    // then, and after a certificate that is none. imgctl believes the one that it was told of.
     std::ofstream(root + "/tls.sh")
         << R"sh(
 cd ")sh" << root
         << R"sh("
 cp a.pem c.pem; cp -p a.key c.key
+prints=")sh"
+        << prints << R"sh("
+imgctl() { )sh"
+        << IMGCTL << R"sh( "$@"; }
 )sh" << IMGCTLD
         << R"sh( --device . --listen 127.0.0.1:0 --tls-cert c.pem --tls-key c.key >out 2>&1 &
 pid=$!
 try() { curl -sS -o answer -w "$1 %{http_code}\n" --cacert $2 $3 $url/metrics 2>/dev/null || echo "$1 failed"; }
+pin() { imgctl --connect $url --certificate $1 status >said 2>&1; echo pinned $?; grep -o "another certificate" said; }
 soon() { for i in $(seq 100); do grep -q "$1" out && return; sleep 0.05; done; echo "no $1"; }
 soon serving
 url=https://localhost:$(sed -n 's|.*https://127.0.0.1:\([0-9]*\)/.*|\1|p' out)
 try first a.pem
 grep -q expiry_timestamp answer && echo expiry
+curl -sS --cacert a.pem $url/api/v1/session | grep -o certificate_expires.:.20
 try old a.pem "--tls-max 1.1 --ciphers DEFAULT@SECLEVEL=0"
 cp b.pem c.pem; cp -p b.key c.key; kill -HUP $pid; soon anew
 try second b.pem
 try first a.pem
 echo x >c.pem; kill -HUP $pid; soon "not taken"
 try second b.pem
+for print in $prints; do pin $print; done
+echo secret >token; chmod 644 token
+imgctl --connect $url --token-file token status 2>&1 | grep -o "others may read"
 kill $pid; wait $pid; echo ended $?
 )sh";
     std::string output;
     EXPECT_EQ(runProgram("bash", root + "/tls.sh", output), 0);
-    EXPECT_EQ(output,
-              "first 200\nexpiry\nold 000\nold failed\nsecond 200\nfirst 000\nfirst "
-              "failed\nsecond 200\nended 0\n");
+    EXPECT_EQ(
+        output,
+        "first 200\nexpiry\ncertificate_expires\":\"20\nold 000\nold failed\nsecond "
+        "200\nfirst 000\nfirst "
+        "failed\nsecond 200\npinned 1\nanother certificate\npinned 0\nothers may read\nended 0\n");
 }
 
 } // namespace

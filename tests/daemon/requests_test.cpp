@@ -1,4 +1,7 @@
-#include <filesystem>
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
 
 #include "Daemon.h"
 #include "host/api/Api.h"
@@ -138,6 +141,8 @@ TEST_F(Daemon, RefusesHeadsThatAreNotSound) {
          own + "Content-Type: application/vnd.imgctl.schemes\r\nContent-Length: 1048577\r\n", 413,
          true},
         {"GET", "/api/v1/camera", own + "Content-Length: 1\r\n", 413, true},
+        {"GET", "/api/v1/history?count=1001", own, 400, false},
+        {"GET", "/api/v1/plan?hours=100000", own, 400, false},
         {"GET", "/api/v1/camera?lang=%zz", own, 400, true},
         {"GET", "/api/v1/camera?lang=1%00", own, 400, true},
         {"GET", "/../device/module.cfg", own, 404, true},
@@ -210,6 +215,35 @@ TEST_F(Daemon, TakesOnlyBodiesThatItUnderstands) {
     EXPECT_TRUE(client.ended(5));
 }
 
+TEST_F(Daemon, SaysWhenToComeAgainWhereTooMuchWaitsAlready) {
+    start(false);
+    std::promise<void> begun;
+    std::promise<void> held;
+    std::atomic<int> done{0};
+    camera.submit({{}, host::Save{}}, [&](const host::Outcome&) {
+        begun.set_value();
+        held.get_future().wait();
+    });
+    begun.get_future().wait();
+    for (std::size_t i = 0; i < host::CameraOptions().queue; ++i) {
+        camera.submit({{}, host::Save{}}, [&done](const host::Outcome&) { ++done; });
+    }
+    const Answer full = ask("PUT", "/api/v1/parameters/34", "", R"({"value":60})");
+    EXPECT_EQ(full.status, 503);
+    EXPECT_EQ(full.header("retry-after"), "1");
+    EXPECT_NE(full.body.find("busy: again in 1 s"), std::string::npos) << full.body;
+    EXPECT_EQ(ask("GET", "/api/v1/parameters/34").status, 200) << "who only reads waits for nobody";
+    EXPECT_EQ(done, 0);
+    held.set_value();
+    int status = 503;
+    for (int i = 0; i < 200 && status == 503; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        status = ask("PUT", "/api/v1/mode", "", R"({"mode":"manual"})").status;
+    }
+    EXPECT_EQ(status, 200);
+    EXPECT_EQ(done, static_cast<int>(host::CameraOptions().queue)) << "what waited is done";
+}
+
 TEST_F(Daemon, SlowAndManyConnectionsDoNotKeepOthersWaiting) {
     http::Limits limits;
     limits.headSeconds = 1;
@@ -229,7 +263,9 @@ TEST_F(Daemon, SlowAndManyConnectionsDoNotKeepOthersWaiting) {
         }
     }
     RawClient body(port);
+    RawClient large(port); // has a second more for each 16 KiB
     body.send(request("PUT", "/api/v1/mode", cookie + "Content-Length: 100\r\n"));
+    large.send(request("PUT", "/api/v1/mode", cookie + "Content-Length: 65536\r\n"));
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(ask("GET", "/api/v1/camera", cookie).status, 200);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
@@ -243,6 +279,7 @@ TEST_F(Daemon, SlowAndManyConnectionsDoNotKeepOthersWaiting) {
         EXPECT_TRUE(client->ended(2));
     }
     EXPECT_TRUE(body.ended(2));
+    EXPECT_FALSE(large.ended(0));
 }
 
 TEST_F(Daemon, StopsWithStreamsOpenAndARequestHalfThere) {
@@ -262,6 +299,18 @@ TEST_F(Daemon, StopsWithStreamsOpenAndARequestHalfThere) {
         EXPECT_TRUE(client->ended(1));
     }
     EXPECT_TRUE(half.ended(1));
+}
+
+TEST_F(Daemon, StoppedItTellsWhoStillWaitsForAnAnswer) {
+    start(false);
+    std::promise<void> held;
+    camera.submit({{}, host::Save{}}, [&](const host::Outcome&) { held.get_future().wait(); });
+    RawClient waits(port);
+    waits.send(request("PUT", "/api/v1/parameters/34", "", R"({"value":60})"));
+    EXPECT_FALSE(waits.readUntil("HTTP", 0.2));
+    server->stop();
+    EXPECT_EQ(waits.answer().status, 503);
+    held.set_value(); // its own answer comes too late, and harms nobody
 }
 
 } // namespace

@@ -103,10 +103,12 @@ test('focus, presets and saving', async () => {
   assert.equal(String((await client.getCurrentImagingPreset()).$.token), '1');
   const one = { brightness: 61 };
   const saved = '<ForcePersistence>true</ForcePersistence>';
+  await camera.api('PUT', '/parameters/contrast', { value: 77, scheme: 0, record: true });
   const times = await Promise.all([61, 62, 63].map(brightness => camera.imaging('SetImagingSettings', write({ brightness }) + saved)));
   assert.deepEqual(times.map(answer => answer.status), [200, 200, 200], 'who comes too soon for the flash waits for it');
   const { value, saved: kept } = await camera.api('GET', '/parameters/brightness');
   assert.equal(value, kept);
+  assert.equal((await camera.api('GET', '/schemes/0')).unsaved, 1, 'another scheme is not the recorder\'s to save');
   const last = (await camera.api('GET', '/schemes')).schemes.at(-1).number;
   await client.setCurrentImagingPreset({ presetToken: String(last) });
   const { body: fault } = await camera.imaging('SetImagingSettings', write(one) + saved);

@@ -151,6 +151,11 @@ page('two pages share one trial: kept, dropped, reloaded', {}, async (camera, on
   await until(async () => (await camera.stored(0, brightness)) === 80);
   await until(async () => !(await shown(one, '.band.trial')));
   assert.equal(await control(one, brightness), 80);
+  await type(one, `#row${brightness} .number`, '70'); // on trial as well
+  await until(() => shown(one, '.band.trial'));
+  await camera.put(`/parameters/${brightness}`, { value: 60 });
+  await until(async () => (await text(one, `#n${brightness}`)) === 'Brightness: somebody on this machine set 60; your trial of it ended.');
+  assert.equal(await control(one, brightness), 60);
 });
 
 page('each role sees what it may, and who loses a right loses it within two seconds',
@@ -194,7 +199,29 @@ page('each role sees what it may, and who loses a right loses it within two seco
         await gone(two, async () => (await shown(two, '.login')) && !(await shown(two, '#picture')));
       });
     });
-    camera.writeUsers({ anna: 'administrator' });
     await one.bringToFront();
-    await until(async () => (await shown(one, '.login')) && !(await shown(one, '#picture')), 4000);
+    await until(async () => (await text(one, '#picture .state')) === 'live');
+    camera.writeUsers({ anna: 'administrator' });
+    await gone(one, async () => (await shown(one, '.login')) && !(await shown(one, '#picture')));
+    assert.equal(await text(one, '.login .note'), 'Logged out: this account was changed.');
+  });
+
+page('the end of a login says why, and an administrator hears in time of the certificate\'s',
+  { camera: { users: { anna: 'administrator' } }, noPage: true }, async camera => {
+    const proxy = await Proxy.start(camera);
+    const date = days => new Date(Date.now() + days * 86400000).toISOString();
+    let session = {};
+    proxy.change = ({ path, answer }) => (!path.startsWith('/api/v1/session') ? null
+      : answer ? JSON.stringify({ ...JSON.parse(answer), ...session }) : '');
+    const one = await open(camera, { url: proxy.url, language: 2, ready: false });
+    await login(one, 'anna');
+    await until(() => shown(one, '#picture'));
+    const bands = () => text(one, '#bands');
+    for (const [days, said] of [[31, /^((?!Zertifikat)[^])*$/], [9, /Zertifikat .* läuft am \d{4}-\d\d-\d\d ab/], [-1, /Zertifikat .* abgelaufen/]]) {
+      session = { certificate_expires: date(days) };
+      await until(async () => said.test(await bands()));
+    }
+    session = { logged_in: false, ended: 'unused', can: {} };
+    await until(async () => (await text(one, '.login .note')) === 'Abgemeldet nach 30 Minuten ohne Benutzung.');
+    assert.ok(!(await shown(one, '#picture')));
   });

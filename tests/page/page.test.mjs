@@ -33,6 +33,11 @@ page('a slider by keyboard changes the pixels, is one change, and one undo takes
   await until(async () => (await camera.value(brightness)) === 128);
   await until(async () => (await control(one, brightness)) === 128);
   await until(() => grey(one).then(value => Math.abs(value - before) < 5));
+  await camera.put(`/parameters/${brightness}`, { value: 99 });
+  await one.click('[data-filter=factory]');
+  await until(() => shown(one, `#row${brightness} .to-factory`));
+  await one.click(`#row${brightness} .to-factory`);
+  await until(async () => (await camera.value(brightness)) === 128 && !(await shown(one, `#row${brightness}`)));
 });
 
 const markup = '<img src=x onerror="window.hit=1"><script>window.hit=1</script>';
@@ -181,6 +186,27 @@ page('refused, blocked, corrected, partly applied: what is in force is shown, an
   await camera.put('/simulator', { faults: [] });
   await type(one, '#c149', '21:30');
   await until(async () => (await camera.value(149)) === 21 && (await camera.value(150)) === 30);
+});
+
+page('what takes long is said, and what found no room can be tried again', {}, async camera => {
+  const proxy = await Proxy.start(camera);
+  const one = await open(camera, { url: proxy.url });
+  const own = `/api/v1/parameters/${brightness}`;
+  const note = () => text(one, `#n${brightness}`);
+  proxy.let(own, 'wait');
+  await type(one, `#row${brightness} .number`, '90');
+  await until(() => shown(one, `#row${brightness}.pending`), 400);
+  await until(async () => (await note()) === 'The camera is busy; your change follows.', 1000);
+  proxy.let(own, undefined);
+  await until(async () => (await note()) === '' && (await camera.value(brightness)) === 90);
+  proxy.change = ({ path: where }) => (where.startsWith(own)
+    ? { status: 503, text: JSON.stringify({ code: 'busy', detail: 'the device is busy: again in 1 s', retry_after: 1 }) } : null);
+  await type(one, `#row${brightness} .number`, '70');
+  await until(async () => /^The device is busy: again in 1 s\.\s*Try again$/.test(await note()));
+  assert.equal(await control(one, brightness), 90);
+  proxy.change = null;
+  await one.click(`#n${brightness} button`);
+  await until(async () => (await camera.value(brightness)) === 70 && (await note()) === '');
 });
 
 page('outside all windows changes last until the next switch, and the page says so', { camera: { clock: '17:58', speed: 10 } }, async (camera, one) => {

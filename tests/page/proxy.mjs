@@ -1,12 +1,15 @@
 // Stands between a page and its camera, and lets one thing fail while all else goes on.
 
 import http from 'node:http';
+import { sleep } from './harness.mjs';
 
 export class Proxy {
   static async start(camera) {
     const proxy = new Proxy();
-    proxy.fates = new Map(); // a path's begin -> stall, refuse
-    proxy.change = null; // sees each request's body and each answer to it: { path, body, answer } => a text instead
+    proxy.fates = new Map(); // a path's begin -> stall, refuse, wait
+    // Sees each request's body and each answer to it: { path, body, answer } => a text instead, or, of a
+    // request, { status, text } to answer it with.
+    proxy.change = null;
     proxy.open = new Set();
     proxy.server = http.createServer((request, answer) => proxy.pass(camera, request, answer));
     await new Promise(done => { proxy.server.listen(0, '127.0.0.1', done); });
@@ -15,7 +18,8 @@ export class Proxy {
     return proxy;
   }
 
-  /** @param fate stall: not a word more; refuse: ended, and again whenever it is tried; none: as before */
+  /** @param fate stall: not a word more; refuse: ended, and again whenever it is tried; wait: held back until
+   * it is none: as before */
   let(path, fate) {
     this.fates.set(path, fate);
     for (const one of this.open) if (one.path.startsWith(path) && fate === 'refuse') one.answer.destroy();
@@ -29,7 +33,9 @@ export class Proxy {
     const one = { path, answer };
     this.open.add(one);
     let body = Buffer.concat(await request.toArray());
+    while (this.fate(path) === 'wait') await sleep(20);
     const asked = this.change?.({ path, body: String(body) }) ?? null;
+    if (asked?.status) return answer.writeHead(asked.status, { 'content-type': 'application/problem+json' }).end(asked.text);
     if (asked !== null) body = Buffer.from(asked);
     const headers = { ...request.headers, host: `127.0.0.1:${camera.port}`, 'content-length': body.length };
     if (headers.origin) headers.origin = camera.url;

@@ -144,8 +144,8 @@ void Services::setSettings(const Call& call, const Done& done) {
     if (fault) {
         return done(fault);
     }
-    const Done last = [this, done, persist](const Reply& reply) {
-        return persist && !reply.fault ? save(done) : done(reply);
+    const Done last = [this, done, persist, scheme](const Reply& reply) {
+        return persist && !reply.fault ? save(scheme, done) : done(reply);
     };
     if (operation.values.empty()) {
         return last(Element());
@@ -157,11 +157,11 @@ void Services::setSettings(const Call& call, const Done& done) {
 }
 
 /// Saves at once, or as soon as the flash may be written again. Who waits is answered then.
-void Services::save(const Done& done) {
+void Services::save(int scheme, const Done& done) {
     {
         const std::lock_guard<std::mutex> guard(m_lock);
-        m_waitingSaves.push_back(done);
-        if (m_waitingSaves.size() > 1) {
+        m_waitingSaves[scheme].push_back(done);
+        if (m_waitingSaves.size() > 1 || m_waitingSaves[scheme].size() > 1) {
             return;
         }
     }
@@ -169,7 +169,7 @@ void Services::save(const Done& done) {
 }
 
 void Services::tick() {
-    std::vector<Done> waiting;
+    std::map<int, std::vector<Done>> waiting;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         if (m_waitingSaves.empty() || !m_maySave()) {
@@ -177,12 +177,24 @@ void Services::tick() {
         }
         waiting.swap(m_waitingSaves);
     }
-    m_camera.submit({{"", "onvif", {}, 0}, host::Save{}}, [this, waiting](const Outcome& outcome) {
-        const std::optional<Fault> fault = faultOf(*m_camera.snapshot(), outcome);
-        for (const Done& done : waiting) {
-            done(fault);
+    const auto snapshot = m_camera.snapshot();
+    for (const auto& [scheme, all] : waiting) {
+        const auto index = static_cast<std::size_t>(scheme);
+        if (index < snapshot->schemes.size() && snapshot->schemes[index].unsaved == 0) {
+            for (const Done& done : all) { // flash wears, and some ask for the same all day
+                done(Element());
+            }
+            continue;
         }
-    });
+        // What people try in other schemes is not a recorder's to keep, nor to fail for.
+        m_camera.submit({{"", "onvif", {}, 0}, host::Save{scheme}},
+                        [this, asked = all](const Outcome& outcome) {
+                            const auto fault = faultOf(*m_camera.snapshot(), outcome);
+                            for (const Done& done : asked) {
+                                done(fault);
+                            }
+                        });
+    }
 }
 
 void Services::moveOptions(const Call& call, const Done& done) {

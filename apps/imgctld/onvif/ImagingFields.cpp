@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <map>
 
-#include "Layer.h"
 #include "SensorKeys.h"
 #include "host/Text.h"
 #include "host/Xml.h"
@@ -203,8 +202,7 @@ std::optional<Scale> scaleOf(const host::Snapshot& snapshot, const Field& field)
         }
         return scale;
     }
-    const auto& state = snapshot.value(field.key)->state;
-    if (state != nullptr && state->unit == "100 us") {
+    if (snapshot.value(field.key)->unit() == "100 us") {
         scale.step = 100;
         return scale;
     }
@@ -327,8 +325,7 @@ std::optional<host::Limits> limitsOf(const host::Snapshot& snapshot, u32 key) {
     const host::Parameter* const about = snapshot.parameter(key);
     const host::Value* const value = snapshot.value(key);
     if (about == nullptr || value == nullptr || about->kind == host::Parameter::Kind::Hidden ||
-        (value->state != nullptr && !value->state->supported) ||
-        (key == KEY_WDR_MODE && !snapshot.wideDynamicRangeAllowed)) {
+        !value->supported() || (key == KEY_WDR_MODE && !snapshot.wideDynamicRangeAllowed)) {
         return std::nullopt;
     }
     return value->limits ? value->limits : about->style;

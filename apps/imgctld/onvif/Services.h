@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -108,13 +109,13 @@ private:
     void currentPreset(const Call& call, const Done& done);
     void setCurrentPreset(const Call& call, const Done& done);
 
-    void save(const Done& done);
+    void save(int scheme, const Done& done);
 
     host::Camera& m_camera;
     const std::function<bool()> m_maySave;
     Login m_login;
-    std::mutex m_lock;                // guards what follows
-    std::vector<Done> m_waitingSaves; ///< one save is for all of them
+    std::mutex m_lock;                               // guards what follows
+    std::map<int, std::vector<Done>> m_waitingSaves; ///< by scheme: one save is for all of them
 };
 
 constexpr char kSourceToken[] = "VideoSource0";

@@ -21,6 +21,7 @@ const languages = make('select', { class: 'languages', onchange: () => changeLan
 const menu = make('button', { type: 'button', class: 'menu', 'aria-expanded': 'false', 'aria-controls': 'more', onclick: () => openMenu() }, sign('menu'));
 const more = make('div', { id: 'more', onclick: event => { if (event.target.closest('button')) openMenu(false); } });
 const bands = new Map(); // name -> element
+const certificateWarning = 30 * 86400000;
 let lostAt = ''; // the camera's time of the last word from it
 
 /** Where a narrow page has what else stands beside the picture. */
@@ -142,6 +143,10 @@ function update() {
     setText(logout, word('logout'));
     show(logout, session.login_needed && session.logged_in);
     band('plain', !session.encrypted && !session.local ? word('notEncrypted') : '', 'thin');
+    const expires = session.can.administrate && session.certificate_expires ? Date.parse(session.certificate_expires) : Infinity;
+    const over = expires <= Date.now();
+    band('certificate', expires - Date.now() > certificateWarning ? ''
+      : word(over ? 'certificateOver' : 'certificateEnds', { date: session.certificate_expires.slice(0, 10) }), over ? 'warn' : 'thin');
     band('open', session.login_needed ? '' : word('openToAll'), 'thin',
       [make('button', { type: 'button', class: 'quiet', title: word('addUserHow'), onclick: () => alertHow() }, word('addUser'))]);
     band('look', session.logged_in && !session.can.change ? word('mayLook') : '', 'thin');
@@ -179,7 +184,6 @@ setInterval(() => {
   if (document.hidden || store.link !== 'live') return;
   const before = store.session?.role;
   readSession().then(session => {
-    if (!session.logged_in) tell('login', '');
-    else if (before !== session.role) connect();
+    if (session.logged_in && before !== session.role) connect();
   }).catch(() => {});
 }, 1000);

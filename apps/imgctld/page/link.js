@@ -31,6 +31,8 @@ function hear() {
 
 function lose() {
   close();
+  // A login that is over ends the stream too, and is no lost connection.
+  if (store.link === 'live') readSession().catch(() => {});
   setState('lost');
   const delay = delays[Math.min(tries++, delays.length - 1)];
   link.next = Date.now() + delay;
@@ -99,6 +101,7 @@ export async function connect() {
 export function disconnect() {
   clearTimeout(retry);
   close();
+  if (store.link === 'lost') setState('connecting');
 }
 
 // A browser gives one host six connections, shared by all its tabs: one that nobody sees holds none.

@@ -13,7 +13,7 @@ function open(text = '') {
   disconnect();
   hidePicture();
   if (dialog) return;
-  const said = make('p', { class: 'note error', role: 'alert' }, text);
+  const said = make('p', { class: 'note', role: 'alert' }, text);
   const name = make('input', { id: 'login-name', type: 'text', autocomplete: 'username', required: true, maxLength: 32 });
   const password = make('input', { id: 'login-password', type: 'password', autocomplete: 'current-password', required: true, maxLength: 128 });
   const button = make('button', { type: 'submit', class: 'primary' }, word('login'));
@@ -29,6 +29,7 @@ function open(text = '') {
         dialog = null;
         await connect();
       } catch (error) {
+        said.className = 'note error';
         setText(said, error.message);
         password.select();
       }
@@ -45,5 +46,6 @@ function open(text = '') {
 onLoggedOut(() => readSession().catch(() => {}));
 on('login', open);
 on('session', () => {
-  if (!store.session.logged_in) open();
+  const { logged_in: there, ended } = store.session;
+  if (!there) open(ended ? word(`ended_${ended}`) : '');
 });

@@ -87,10 +87,10 @@ export class Row {
     clearTimeout(this.busy);
     this.waiting = setTimeout(() => this.element.classList.add('pending'), pendingAfter);
     this.busy = setTimeout(() => this.setNote(word(store.camera.due === store.camera.scheme.number ? 'busy' : 'switching'), 'busy'), busyAfter);
-    send(this.keys, values, gesture, (answer, problem) => this.answered(answer, problem));
+    send(this.keys, values, gesture, (answer, problem) => this.answered(answer, problem, values));
   }
 
-  answered(answer, problem) {
+  answered(answer, problem, values) {
     clearTimeout(this.waiting);
     clearTimeout(this.busy);
     this.element.classList.remove('pending');
@@ -98,8 +98,13 @@ export class Row {
     if (this.note.classList.contains('busy')) this.setNote('');
     if (problem?.document.partly) this.sayPartly(problem.document);
     else if (problem) {
-      const silent = problem.document.code === 'no_answer';
-      this.setNote(silent ? word('noAnswer', { label: this.title(this.parameter) }) : problem.message, 'error', this.remedies(problem.document));
+      const { code } = problem.document;
+      const again = button(word('tryAgain'), () => {
+        this.give(...values);
+        this.end();
+      });
+      this.setNote(code === 'no_answer' ? word('noAnswer', { label: this.title(this.parameter) }) : asSentence(problem.message), 'error',
+        ['no_answer', 'busy', 'layer_failed'].includes(code) ? [again] : this.remedies(problem.document));
     } else if (result?.outcome === 'taken_differently') {
       this.setNote(word('asked', { asked: valueText(this.parameter, result.asked), taken: result.value_text ?? result.value }), 'warn');
     } else if (result?.outcome === 'not_recorded') {

@@ -23,9 +23,8 @@ export const language = () => chosen;
 
 /** Who did something, as a person would say it. @param origin with who and client */
 export function person({ who, client }) {
-  if (who) return who;
-  const address = /^open:(.*)$/.exec(client ?? '')?.[1];
-  if (address === undefined) return client ?? '';
+  const address = /^open:(.*)$/.exec(client ?? '')?.[1]; // nobody logs in: the camera has no name for them
+  if (address === undefined) return who || (client ?? '');
   return /^(127\.|::1$|\[::1\])/.test(address) ? word('someoneHere') : word('someoneAt', { address });
 }
 
