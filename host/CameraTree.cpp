@@ -10,7 +10,11 @@
 
 #include "V4l2Layer.h"
 #include "host/DeviceTree.h"
+#include "host/Files.h"
 #include "host/LayerName.h"
+#include "host/MakeTree.h"
+#include "host/OwnerLock.h"
+#include "host/SavedFor.h"
 #include "host/Text.h"
 
 namespace host {
@@ -18,6 +22,8 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace v4l2 = image_adjust::v4l2;
+
+constexpr std::size_t kLongestSample = 1UL << 20;
 
 /// The user's folder for what programs keep; a service has no home of its own, and the machine's.
 fs::path stateFolder() {
@@ -54,50 +60,55 @@ std::string fileNameOf(const std::string& given) {
     return name;
 }
 
+/// Not as the packager's files are: a tree is its user's, with the modes that the umask leaves.
 bool copySample(const fs::path& place, std::string& problem) {
+    const fs::path sample = installedSample();
     std::error_code error;
-    fs::copy(installedSample(), place, fs::copy_options::recursive, error);
+    for (fs::recursive_directory_iterator entry(sample, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const fs::path to = place / entry->path().lexically_relative(sample);
+        if (entry->is_directory(error)) {
+            fs::create_directory(to, error);
+        } else if (std::string text;
+                   !error && (!readFile(entry->path().string(), kLongestSample, text, problem) ||
+                              !replaceFile(to.string(), text, problem))) {
+            return false;
+        }
+    }
     if (error) {
-        problem = "the sample " + quoted(installedSample().string()) +
-                  " cannot be copied: " + error.message();
+        problem = "the sample " + quoted(sample.string()) + " cannot be copied: " + error.message();
     }
     return !error;
 }
 
-/// Makes a tree beside its place and moves it there, so that one that is there is whole.
-/// @param camera  a Linux camera, or empty for the sample
-bool make(const std::string& camera, const fs::path& wanted, std::string& name,
-          std::string& problem) {
-    std::error_code error;
-    fs::path place = fs::absolute(wanted, error);
-    if (!place.has_filename()) { // of "folder/"
-        place = place.parent_path();
-    }
-    fs::create_directories(place.parent_path(), error);
-    std::string beside = place.string() + ".XXXXXX";
-    if (error || mkdtemp(beside.data()) == nullptr) {
-        problem = "no folder for the camera's settings can be made in " +
-                  quoted(place.parent_path().string()) + "; name one with --device";
+/// @param name  receives the camera's, for people
+bool fillFor(const std::string& camera, const std::string& directory, MadeDevice& made,
+             std::string& name, std::string& problem) {
+    const auto layer = v4l2::openV4l2(camera, v4l2::Options(), problem);
+    if (layer == nullptr) {
         return false;
     }
-    MadeDevice made;
-    name = "a simulated sensor";
-    const bool good = camera.empty() ? copySample(beside, problem)
-                                     : makeDeviceFor(camera, beside, made, name, problem);
-    if (good) {
-        fs::rename(beside, place, error);
+    name = layer->device();
+    return makeDevice(*layer, directory, made, problem);
+}
+
+/// @param camera  a Linux camera, or empty for the sample
+/// @param name    receives the camera's, for people, where a tree was made
+bool make(const std::string& camera, const std::string& place, const std::string& program,
+          std::string& name, std::string& problem) {
+    bool begun = false;
+    const auto fill = [&](const std::string& into, std::string& what) {
+        MadeDevice made;
+        begun = true;
+        name = "a simulated sensor";
+        return camera.empty() ? copySample(into, what) : fillFor(camera, into, made, name, what);
+    };
+    if (makeTree(place, program, fill, problem)) {
+        return true;
     }
-    const bool another =
-        good && error && isDeviceTree(place.string()); // another program was faster
-    if (good && error && !another) {
-        problem = quoted(place.string()) + ": " + error.message();
-    }
-    if (!good || error) {
-        std::error_code ignored;
-        fs::remove_all(beside, ignored);
-        name.clear();
-    }
-    return (good && !error) || another;
+    problem += begun ? "" : "; --device names another folder";
+    name.clear();
+    return false;
 }
 
 /// Where it is kept which camera was last given by a name.
@@ -105,32 +116,8 @@ fs::path memoryOf(const std::string& given) {
     return stateFolder() / "last-by-name" / fileNameOf(given);
 }
 
-/// Where the settings of a camera that is there are, or belong.
-fs::path placeOf(const v4l2::CameraInfo& camera) {
-    fs::path own = stateFolder() / camera.identity;
-    if (isDeviceTree(own.string()) || camera.identity == camera.model) {
-        return own;
-    }
-    std::set<std::string> there;
-    for (const v4l2::CameraInfo& known : v4l2::knownCameras(v4l2::Places())) {
-        there.insert(known.identity);
-    }
-    fs::path moved;
-    int count = 0;
-    std::error_code error;
-    for (fs::directory_iterator entry(stateFolder(), error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        if (v4l2::modelOf(name) == camera.model && there.count(name) == 0 &&
-            isDeviceTree(entry->path().string())) {
-            moved = entry->path();
-            ++count;
-        }
-    }
-    return count == 1 ? moved : own;
-}
-
-bool treeOfCamera(const std::string& given, CameraTree& tree, std::string& problem) {
+bool treeOfCamera(const std::string& given, const std::string& program, CameraTree& tree,
+                  std::string& problem) {
     const std::string meant = cameraMeant(given);
     v4l2::CameraInfo camera;
     if (!v4l2::findCamera(meant, v4l2::Places(), camera, problem)) {
@@ -138,8 +125,9 @@ bool treeOfCamera(const std::string& given, CameraTree& tree, std::string& probl
         tree.path = place.string();
         return meant.find('/') == std::string::npos && isDeviceTree(place.string());
     }
-    const fs::path place = placeOf(camera);
-    if (!isDeviceTree(place.string()) && !make(meant, place, tree.madeFor, problem)) {
+    const fs::path place = settingsPlaceOf(camera, v4l2::Places());
+    if (!isDeviceTree(place.string()) &&
+        !make(meant, place.string(), program, tree.madeFor, problem)) {
         return false;
     }
     tree.path = place.string();
@@ -161,14 +149,49 @@ std::vector<v4l2::CameraInfo> linuxCameras() {
     return v4l2::listCameras();
 }
 
-bool makeDeviceFor(const std::string& camera, const std::string& directory, MadeDevice& made,
-                   std::string& name, std::string& problem) {
-    const auto layer = v4l2::openV4l2(camera, v4l2::Options(), problem);
-    if (layer == nullptr) {
+bool makeDeviceFor(const std::string& camera, const std::string& directory,
+                   const std::string& program, MadeDevice& made, std::string& name,
+                   std::string& problem) {
+    if (!isDeviceTree(directory)) {
+        const auto fill = [&](const std::string& into, std::string& what) {
+            return fillFor(camera, into, made, name, what);
+        };
+        return makeTree(directory, program, fill, problem);
+    }
+    OwnerLock lock;
+    if (lock.take(treeLockPath(directory), program) == OwnerLock::Result::Owned) {
+        problem = "the device tree " + quoted(directory) + " is in use by " + lock.owner();
         return false;
     }
-    name = layer->device();
-    return makeDevice(*layer, directory, made, problem);
+    if (!fillFor(camera, directory, made, name, problem) || !openDeviceTree(directory, problem)) {
+        return false;
+    }
+    made.carriesOver = rememberRemade();
+    return true;
+}
+
+std::string settingsPlaceOf(const v4l2::CameraInfo& camera, const v4l2::Places& places) {
+    const fs::path own = stateFolder() / camera.identity;
+    if (isDeviceTree(own.string()) || camera.identity == camera.model) {
+        return own.string();
+    }
+    std::set<std::string> there;
+    for (const v4l2::CameraInfo& known : v4l2::knownCameras(places)) {
+        there.insert(known.identity);
+    }
+    fs::path moved;
+    int count = 0;
+    std::error_code error;
+    for (fs::directory_iterator entry(stateFolder(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (v4l2::modelOf(name) == camera.model && there.count(name) == 0 &&
+            isDeviceTree(entry->path().string())) {
+            moved = entry->path();
+            ++count;
+        }
+    }
+    return (count == 1 ? moved : own).string();
 }
 
 bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& problem) {
@@ -177,7 +200,7 @@ bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& 
     const char* const chosen = std::getenv("IMGCTL_DEVICE");
     const bool named = !options.device.empty() || (chosen != nullptr && chosen[0] != '\0');
     if (!named && !camera.empty()) {
-        return treeOfCamera(camera, tree, problem);
+        return treeOfCamera(camera, options.program, tree, problem);
     }
     tree.path = options.device.empty() ? defaultDeviceTree() : options.device;
     bool wanted = options.makeDevice;
@@ -190,7 +213,8 @@ bool deviceTreeFor(const CameraOptions& options, CameraTree& tree, std::string& 
     if (camera.empty() && (!sample || (options.makeDevice && options.layer != kSimulatorLayer))) {
         return true; // what a layer tells is known when it is there
     }
-    return !wanted || isDeviceTree(tree.path) || make(camera, tree.path, tree.madeFor, problem);
+    return !wanted || isDeviceTree(tree.path) ||
+           make(camera, tree.path, options.program, tree.madeFor, problem);
 }
 
 std::string cameraMeant(const std::string& given) {

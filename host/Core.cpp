@@ -17,6 +17,7 @@
 #include "host/DeviceTree.h"
 #include "host/LayerChoice.h"
 #include "host/MakeDevice.h"
+#include "host/MakeTree.h"
 #include "host/SavedFor.h"
 #include "host/SchemeFiles.h"
 #include "host/Text.h"
@@ -67,8 +68,11 @@ bool makeIfAsked(const CameraOptions& options, const std::string& path, std::str
         return true;
     }
     const std::shared_ptr<image_adjust::Layer> layer = openLayer(options, problem);
-    MadeDevice made;
-    return layer != nullptr && makeDevice(*layer, path, made, problem);
+    const auto fill = [&layer](const std::string& into, std::string& what) {
+        MadeDevice made;
+        return makeDevice(*layer, into, made, what);
+    };
+    return layer != nullptr && makeTree(path, options.program, fill, problem);
 }
 
 StartProblem take(OwnerLock& lock, const std::string& path, const std::string& program,
@@ -76,11 +80,8 @@ StartProblem take(OwnerLock& lock, const std::string& path, const std::string& p
     if (path.empty() || lock.take(path, program) != OwnerLock::Result::Owned) {
         return {}; // where no lock can be kept, there is none to disagree with
     }
-    const std::string owner =
-        lock.ownerProgram().empty()
-            ? std::string("another program")
-            : lock.ownerProgram() + " (process " + std::to_string(lock.ownerProcess()) + ")";
-    StartProblem problem = failed(StartProblem::Kind::Owned, what + " is in use by " + owner);
+    StartProblem problem =
+        failed(StartProblem::Kind::Owned, what + " is in use by " + lock.owner());
     problem.ownerProgram = lock.ownerProgram();
     problem.ownerProcess = lock.ownerProcess();
     return problem;
@@ -235,9 +236,10 @@ StartProblem Core::checkSavedFor() {
     if (other.empty()) {
         return {};
     }
+    const bool convert = m_options.convert || isRemade(m_identity, deviceType);
     // Without its style nothing has a place on a camera, so nothing could be carried over.
     std::string broken;
-    for (const std::string& problem : m_options.convert ? styleProblems(deviceType) : m_problems) {
+    for (const std::string& problem : convert ? styleProblems(deviceType) : m_problems) {
         broken += "; " + problem;
     }
     if (!broken.empty()) { // which may be all that differs
@@ -245,7 +247,7 @@ StartProblem Core::checkSavedFor() {
                       "the device tree " + quoted(linux_framework::deviceRoot()) +
                           " is not whole, and its schemes do not fit: " + other + broken);
     }
-    if (m_options.convert) {
+    if (convert) {
         return {};
     }
     return failed(StartProblem::Kind::Tree, "the schemes of the device tree " +

@@ -14,6 +14,7 @@ struct MadeDevice {
     std::vector<std::string> written;
     std::vector<std::string> kept; ///< were there, and are the user's
     int controls = 0;              ///< parameters that the camera has
+    bool carriesOver = false;      ///< what was saved has other parameters: see rememberRemade()
 };
 
 /// Makes a device tree for a camera from what its layer tells of it, or brings one up to date.
@@ -23,8 +24,8 @@ struct MadeDevice {
 /// are added where they are missing, so that those that somebody has changed stay. The module list,
 /// the machine information and the style rules are only written where there are none.
 ///
-/// Saved values are found by their keys, so they stay valid; those of parameters that the camera
-/// has no more are passed over.
+/// Saved values stay as they are; where the style has other keys now, or other ranges, whoever
+/// keeps a tree calls rememberRemade().
 /// @param layer      with its camera present
 /// @param directory  of the tree; it is made with the folders above it
 /// @param problem    receives what is wrong

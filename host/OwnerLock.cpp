@@ -83,6 +83,12 @@ void OwnerLock::release() {
     }
 }
 
+std::string OwnerLock::owner() const {
+    return m_ownerProgram.empty()
+               ? "another program"
+               : m_ownerProgram + " (process " + std::to_string(m_ownerProcess) + ")";
+}
+
 std::string treeLockPath(const std::string& tree) {
     struct stat about {};
     std::string inTree = tree + "/.owner";

@@ -28,6 +28,9 @@ public:
     const std::string& ownerProgram() const { return m_ownerProgram; }
     long ownerProcess() const { return m_ownerProcess; }
 
+    /// The same for people: "imgctld (process 417)", "another program".
+    std::string owner() const;
+
 private:
     int m_descriptor = -1;
     std::string m_ownerProgram;

@@ -25,6 +25,7 @@ constexpr std::size_t kLongest = 1UL << 20;
 // Lines of the kept text that are no part of the identity.
 constexpr char kUntouched[] = "untouched ";
 constexpr char kCarrying[] = "carrying over ";
+constexpr char kRemade[] = "style made anew ";
 constexpr char kBefore[] = ".before";
 
 /// What is kept beside the schemes.
@@ -32,6 +33,7 @@ struct Kept {
     std::string identity;  ///< empty: nothing is kept, or it cannot be read now
     std::string untouched; ///< a sum over the files as the library made them
     std::string ending;    ///< of the originals, while they are carried over
+    std::string remade;    ///< a sum over the style that may be carried over to unasked
 };
 
 std::string styleFile(int deviceType) {
@@ -126,6 +128,8 @@ Kept readKept() {
         } else if (startsWith(line, std::string(kCarrying) + kBefore) &&
                    line.find('/') == std::string::npos) {
             kept.ending = line.substr(sizeof kCarrying - 1);
+        } else if (startsWith(line, kRemade)) {
+            kept.remade = line.substr(sizeof kRemade - 1);
         } else {
             kept.identity += line + "\n";
         }
@@ -138,9 +142,10 @@ bool writeKept(const Kept& kept, std::string& problem) {
     const auto line = [](const char* name, const std::string& value) {
         return value.empty() ? value : name + value + "\n";
     };
-    return writeDeviceFile(
-        sensor_paths::kSavedFor,
-        kept.identity + line(kUntouched, kept.untouched) + line(kCarrying, kept.ending), problem);
+    return writeDeviceFile(sensor_paths::kSavedFor,
+                           kept.identity + line(kUntouched, kept.untouched) +
+                               line(kCarrying, kept.ending) + line(kRemade, kept.remade),
+                           problem);
 }
 
 bool exists(const std::string& path) {
@@ -323,12 +328,34 @@ bool rememberSavedFor(const std::string& identity) {
     std::string before;
     std::string problem;
     return (readDeviceFile(sensor_paths::kSavedFor, kLongest, before) && before == identity) ||
-           writeKept({identity, "", ""}, problem);
+           writeKept({identity, "", "", ""}, problem);
 }
 
 void rememberUntouched(const std::string& identity) {
     std::string problem;
-    writeKept({identity, sumOfSchemes(), ""}, problem);
+    writeKept({identity, sumOfSchemes(), "", ""}, problem);
+}
+
+bool rememberRemade() {
+    Kept kept = readKept();
+    const std::string style = styleText(DEVICE_TYPE_CAMERA);
+    if (lineOf(kept.identity, "style") == "style of " + keysOfStyle(style) &&
+        lineOf(kept.identity, "ranges") == "ranges " + rangesOfStyle(style)) {
+        return false;
+    }
+    kept.remade = sumOf(style);
+    std::string problem;
+    return !kept.identity.empty() && !isUntouched(kept) && anythingSaved(kept.ending) &&
+           writeKept(kept, problem);
+}
+
+bool isRemade(const std::string& identity, int deviceType) {
+    const Kept kept = readKept();
+    const auto same = [&](const char* name) {
+        return lineOf(kept.identity, name) == lineOf(identity, name);
+    };
+    return !kept.remade.empty() && kept.remade == sumOf(styleText(deviceType)) &&
+           same("device type") && same("module") && same("detail");
 }
 
 std::vector<std::string> styleProblems(int deviceType) {

@@ -46,6 +46,14 @@ bool rememberSavedFor(const std::string& identity);
 /// The same for scheme files that the library has made, until one is saved.
 void rememberUntouched(const std::string& identity);
 
+/// Keeps that the tree's style was made anew for its camera: what was saved for the one before is
+/// carried over at the next start, unasked. Of the device tree that is open, with its lock.
+/// @return whether anything is to be carried over
+bool rememberRemade();
+
+/// Whether that is so, and nothing else about the camera is another since.
+bool isRemade(const std::string& identity, int deviceType);
+
 /// What of that is missing or broken which decides what a scheme is made of, each with its path.
 std::vector<std::string> styleProblems(int deviceType);
 

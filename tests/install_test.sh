@@ -41,6 +41,10 @@ run 'the second start' "$prefix/bin/imgctl" --speed 50 -c 'mode 0' -c 'scheme 0'
 grep -q '^get (34,61)' "$work/log" || fail 'what was saved is not found again'
 run 'a named tree' "$prefix/bin/imgctl" --device "$work/yard/" --make-device --speed 50 status
 [ -e "$work/yard/hd1" ] || fail 'a named tree is not made'
+mkdir "$work/here" && cd "$work/here" && umask 077
+run 'a tree in the current folder' "$prefix/bin/imgctl" --device . --make-device --speed 50 status
+[ -z "$(find "$work/here" -mindepth 1 ! -name .owner -perm /077)" ] || fail 'modes are not by the umask'
+cd "$OLDPWD" && umask 022
 run 'ia-compliance' "$prefix/bin/ia-compliance" KEY_BRIGHTNESS
 if [ -x "$prefix/bin/imgctld" ]; then
     run 'the first user' "$prefix/bin/imgctl" user add anna <<<'a long password'

@@ -9,7 +9,10 @@
 #include "ImageAdjust.h"
 #include "ModuleConfigureParser.h"
 #include "SystemInfoParser.h"
+#include "host/CameraTree.h"
 #include "host/MakeDevice.h"
+#include "host/MakeTree.h"
+#include "host/OwnerLock.h"
 
 namespace fs = std::filesystem;
 namespace v4l2 = image_adjust::v4l2;
@@ -133,6 +136,102 @@ TEST_F(MakeDevice, KeepsTextsThatSomebodyChanged) {
     std::string problem;
     EXPECT_FALSE(host::makeDevice(*m_layer, path(style), m_made, problem));
     EXPECT_NE("", problem);
+}
+
+TEST_F(MakeDevice, WhereAFolderIsOrBecomesOneWholeOrNotAtAll) {
+    const fs::path yard = m_root.parent_path() / "yard";
+    const struct {
+        const char* prepare;
+        const char* folder;
+        bool broken; // whatever fills it
+        const char* problem;
+    } cases[] = {
+        {"mkdir empty", "empty", false, ""},
+        {"mkdir empty && ln -s empty link", "link/", false, ""},
+        {"mkdir here", "here/.", false, ""},
+        {"mkdir -p full/mnt full/.making/hd1 && echo mine > full/mnt/kept", "full", false, ""},
+        {"true", "new/below/it", false, ""},
+        {"mkdir empty", "empty", true, "too dark to see"},
+        {"true", "new/below", true, "too dark to see"},
+        {"touch file", "file/below", false, "yard/file'"},
+        {"touch file", "file", false, "yard/file"},
+        {"ln -s nowhere link", "link", false, "a link to 'nowhere', which does not exist"},
+        {"mkdir odd && touch odd/hd1", "odd", false, "odd/hd1': it is no folder"},
+    };
+    const auto make = [&yard](const std::string& folder, bool broken, std::string& problem) {
+        const auto fill = [&](const std::string& into, std::string& why) {
+            fs::create_directories(into + "/mnt/deep");
+            std::ofstream(into + "/mnt/kept") << "theirs";
+            fs::create_directories(into + "/hd1/inner");
+            EXPECT_FALSE(fs::exists(yard / folder / "hd1/inner"));
+            why = broken ? "too dark to see" : "";
+            return !broken;
+        };
+        return host::makeTree((yard / folder).string(), "test", fill, problem);
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.prepare + std::string(" ") + one.folder);
+        fs::create_directories(yard);
+        ASSERT_EQ(0, std::system(("cd " + yard.string() + " && " + one.prepare).c_str()));
+        std::string problem;
+        EXPECT_EQ(one.problem[0] == '\0', make(one.folder, one.broken, problem)) << problem;
+        EXPECT_NE(std::string::npos, problem.find(one.problem)) << problem;
+        EXPECT_EQ(one.problem[0] == '\0', fs::exists(yard / one.folder / "hd1/inner"));
+        EXPECT_FALSE(fs::exists(yard / one.folder / ".making"));
+        EXPECT_FALSE(one.broken && fs::exists(yard / "new"));
+        std::string kept;
+        std::ifstream(yard / "full/mnt/kept") >> kept;
+        EXPECT_TRUE(kept.empty() || kept == "mine") << kept;
+        fs::remove_all(yard);
+    }
+    host::OwnerLock owner;
+    fs::create_directories(yard / "owned");
+    owner.take(host::treeLockPath((yard / "owned").string()), "elsewhere");
+    std::string problem;
+    EXPECT_FALSE(make("owned", false, problem));
+    EXPECT_NE(std::string::npos, problem.find("in use by elsewhere (process")) << problem;
+    // The same for one that is brought up to date.
+    owner.take(host::treeLockPath(m_root.string()), "elsewhere");
+    std::string name;
+    EXPECT_FALSE(
+        host::makeDeviceFor(m_driver.node(), m_root.string(), "test", m_made, name, problem));
+    EXPECT_NE(std::string::npos, problem.find("in use by elsewhere (process")) << problem;
+}
+
+TEST_F(MakeDevice, ATwinAtAnotherPortTakesTheTreeThatNobodyElseCanMean) {
+    const fs::path state = m_root.parent_path() / "state";
+    setenv("XDG_STATE_HOME", state.c_str(), 1);
+    const auto at = [](const char* port) {
+        std::string folder = port;
+        folder.replace(1, 1, "_");
+        return "usb-046d-0825-Fake_Cam-at-" + folder + "-0";
+    };
+    const struct {
+        std::vector<const char*> trees;
+        std::vector<const char*> there; // beside the one at 1-9
+        const char* taken;
+    } cases[] = {
+        {{"1-1"}, {}, "1-1"},        {{"1-1", "1-9"}, {}, "1-9"},      {{"1-1"}, {"1-1"}, "1-9"},
+        {{"1-1", "1-2"}, {}, "1-9"}, {{"1-1", "1-2"}, {"1-2"}, "1-1"},
+    };
+    for (const auto& one : cases) {
+        FakeDriver driver;
+        driver.removeCamera(0);
+        driver.addCamera(9, "1-9", "");
+        const v4l2::CameraInfo camera = v4l2::knownCameras(driver.places()).at(0);
+        ASSERT_EQ(at("1-9"), camera.identity);
+        int number = 0;
+        for (const char* port : one.there) {
+            driver.addCamera(number++, port, "");
+        }
+        for (const char* port : one.trees) {
+            fs::create_directories(state / "imgctl" / at(port) / "hd1");
+        }
+        EXPECT_EQ((state / "imgctl" / at(one.taken)).string(),
+                  host::settingsPlaceOf(camera, driver.places()));
+        fs::remove_all(state);
+    }
+    unsetenv("XDG_STATE_HOME");
 }
 
 } // namespace

@@ -9,7 +9,9 @@
 
 #include "FileFaults.h"
 #include "HostCamera.h"
+#include "LinuxFramework.h"
 #include "SensorKeys.h"
+#include "host/SavedFor.h"
 
 namespace fs = std::filesystem;
 
@@ -122,6 +124,31 @@ TEST_F(SavedFor, NoEndOfAConversionCostsWhatWasSaved) {
         }
     }
     EXPECT_GT(stopped, 20);
+}
+
+/// Whoever has the style made anew for the same camera has asked for it; one that is changed by
+/// other means, also later, is another camera's.
+TEST_F(SavedFor, AStyleThatWasMadeAnewIsCarriedOverTo) {
+    ASSERT_EQ(0, run(1, false, 61));
+    const fs::path style = root + "/hd1/moduleConfig/sensorConfig/style/Style.xml";
+    const auto without = [&style](const std::string& id) {
+        std::ifstream file(style);
+        std::string text{std::istreambuf_iterator<char>(file), {}};
+        const std::size_t at = text.find(" id=\"" + id + "\"");
+        ASSERT_NE(std::string::npos, at);
+        std::ofstream(style) << text.replace(at, 5, " key=\"");
+    };
+    ASSERT_TRUE(linux_framework::setDeviceRoot(root));
+    EXPECT_FALSE(host::rememberRemade());
+    without("2353");
+    EXPECT_EQ(kRefused, run(1, false));
+    EXPECT_TRUE(host::rememberRemade());
+    EXPECT_EQ(kRefused, run(4, false));
+    EXPECT_EQ(0, run(1, false));
+    EXPECT_EQ(61, valueIn(files("cfg").at("sensor0"), KEY_BRIGHTNESS));
+    EXPECT_EQ(61, valueIn(files("cfg.before").at("sensor0"), KEY_BRIGHTNESS));
+    without("2337");
+    EXPECT_EQ(kRefused, run(1, false));
 }
 
 /// What the library made by itself is nobody's: another camera gets its own factory values, and

@@ -14,8 +14,7 @@ using image_adjust::v4l2::CameraInfo;
 
 constexpr char kMakeUsage[] =
     "usage: imgctl make-device CAMERA DIR - CAMERA is a node such as /dev/video0, a link to one, "
-    "or "
-    "an identity that 'imgctl cameras' shows";
+    "or an identity that 'imgctl cameras' shows";
 
 Status refuse(Status status, const std::string& problem) {
     std::fprintf(stderr, "imgctl: %s\n", host::printable(problem).c_str());
@@ -67,7 +66,7 @@ Status runMakeDevice(const std::vector<std::string>& words) {
     std::string problem;
     std::string name;
     host::MadeDevice made;
-    if (!host::makeDeviceFor(words[0], words[1], made, name, problem)) {
+    if (!host::makeDeviceFor(words[0], words[1], "imgctl", made, name, problem)) {
         return refuse(Status::failed, problem);
     }
     printLine("make-device " + host::printable(name) + ": " + std::to_string(made.controls) +
@@ -76,6 +75,9 @@ Status runMakeDevice(const std::vector<std::string>& words) {
         for (const std::string& file : *files) {
             printLine("    " + std::string(what) + " " + file);
         }
+    }
+    if (made.carriesOver) {
+        printLine("    the next start carries over what was saved, and keeps the old files");
     }
     return Status::done;
 }
