@@ -8,6 +8,7 @@
 #include <set>
 
 #include "FuzzCamera.h"
+#include "HttpServer.h"
 #include "LinuxFramework.h"
 #include "Service.h"
 #include "host/Camera.h"

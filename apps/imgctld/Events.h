@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string>
 
-#include "HttpServer.h"
+#include "HttpMessages.h"
 #include "Streams.h"
 
 namespace host {

@@ -82,25 +82,6 @@ std::size_t leaveEscaped(void*, MHD_Connection*, char* text) {
 
 } // namespace
 
-const std::string* Request::header(const char* name) const {
-    const auto found = std::find_if(headers.begin(), headers.end(),
-                                    [name](const Header& header) { return header.name == name; });
-    return found != headers.end() ? &found->value : nullptr;
-}
-
-std::size_t Request::headerCount(const char* name) const {
-    return static_cast<std::size_t>(
-        std::count_if(headers.begin(), headers.end(),
-                      [name](const Header& header) { return header.name == name; }));
-}
-
-const std::string* Request::argument(const char* name) const {
-    const auto found = std::find_if(query.begin(), query.end(), [name](const Header& argument) {
-        return argument.name == name;
-    });
-    return found != query.end() ? &found->value : nullptr;
-}
-
 /// Outside every lock of ours: the library takes its own.
 void Shared::resume(MHD_Connection* connection) {
     MHD_resume_connection(connection);

@@ -11,7 +11,7 @@
 #include <set>
 #include <string>
 
-#include "HttpServer.h"
+#include "HttpMessages.h"
 
 /// What the parts of the HTTP server share. For them alone.
 namespace http {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "HttpServer.h"
+#include "HttpMessages.h"
 
 namespace imgctld {
 

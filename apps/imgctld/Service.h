@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Events.h"
-#include "HttpServer.h"
+#include "HttpMessages.h"
 #include "RequestCheck.h"
 #include "Sessions.h"
 #include "Streams.h"

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "HttpServer.h"
+#include "HttpMessages.h"
 
 namespace host {
 class Camera;

@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "Certificate.h"
+#include "HttpServer.h"
 #include "Service.h"
 #include "Watchdog.h"
 #include "host/Camera.h"

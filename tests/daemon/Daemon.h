@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "HttpServer.h"
 #include "RawClient.h"
 #include "Service.h"
 #include "host/Camera.h"
