@@ -4,8 +4,9 @@ import { get } from './api.js';
 import { byId, fill, make, setText, show } from './dom.js';
 import { cameraTime } from './head.js';
 import { editDay } from './dayeditor.js';
-import { schemeClass, sign } from './looks.js';
+import { sign } from './looks.js';
 import { on, store, tell } from './store.js';
+import { stripParts, tickMarks } from './strip.js';
 import { dayMinutes } from './times.js';
 import { word } from './words.js';
 
@@ -20,28 +21,6 @@ let boot = '';
 let reading = null;
 let again = false;
 let plan = null;
-
-const isDefault = scheme => scheme === null ? false : store.schemes.find(one => one.number === scheme)?.default ?? false;
-
-/** The parts of a day as buttons that stand where they are in it. */
-export function stripParts(parts, onclick) {
-  return parts.map(part => {
-    const title = part.scheme === null ? word('lightDecides') : isDefault(part.scheme) ? word('factoryPart') : part.title;
-    const element = make('button', { type: 'button', class: schemeClass(part.scheme, isDefault(part.scheme)),
-      'aria-label': `${part.from} - ${part.to}: ${title}`, title: `${part.from} - ${part.to}: ${title}`,
-      'data-scheme': part.scheme ?? 'light', 'data-from': part.from_minute, 'data-to': part.to_minute,
-      onclick: () => onclick(part) }, make('span', {}, title));
-    element.style.setProperty('--from', part.from_minute / dayMinutes);
-    element.style.setProperty('--size', (part.to_minute - part.from_minute) / dayMinutes);
-    return element;
-  });
-}
-
-export const tickMarks = () => [0, 3, 6, 9, 12, 15, 18, 21, 24].map(hour => {
-  const element = make('span', { class: hour % 6 ? 'minor' : '' }, String(hour));
-  element.style.setProperty('--at', hour / 24);
-  return element;
-});
 
 export function setUp() {
   fill(byId('day'), make('div', { class: 'day-bar' }, bar, ticks, now), make('div', { class: 'day-side' }, edit, warn));

@@ -3,9 +3,9 @@
 
 import { Problem, post, put, write } from './api.js';
 import { fill, make, setText, show } from './dom.js';
-import { stripParts, tickMarks } from './day.js';
 import { schemeClass } from './looks.js';
 import { on, readSchemes, refreshSoon, store } from './store.js';
+import { stripParts, tickMarks } from './strip.js';
 import { dayMinutes, minutesOf, timeText } from './times.js';
 import { word } from './words.js';
 
