@@ -46,6 +46,12 @@ std::string countedAs(const sockaddr* address) {
     return textOf(address);
 }
 
+/// Whether the other end has sent its last byte, and all of it is read.
+bool hasEnded(int fd) {
+    char byte = 0;
+    return recv(fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+}
+
 /// What the log says of connections that were refused: a line an address and second, with a count,
 /// as a flood must not fill the log as well.
 std::string refusedLine(const std::string& counted, Shared::Address& address,
@@ -75,6 +81,7 @@ void Shared::setDeadline(MHD_Connection* connection, Clock::time_point deadline)
     const auto found = connections.find(connection);
     if (found != connections.end()) {
         found->second.deadline = deadline;
+        found->second.idle = false;
     }
 }
 
@@ -142,7 +149,8 @@ void Shared::connectionChanged(void* cls, MHD_Connection* connection, void**,
 }
 
 /// Ends what is too slow: the library's own timeout counts silence only, so a byte now and then
-/// would hold a connection for ever.
+/// would hold a connection for ever. And what has ended: of an end that comes with a request the
+/// library hears nothing, and whoever asks so again and again would hold all connections.
 void Shared::sweep() {
     const Clock::time_point now = Clock::now();
     std::vector<std::shared_ptr<Stream>> stuck;
@@ -151,7 +159,10 @@ void Shared::sweep() {
         const std::lock_guard<std::mutex> guard(lock);
         for (auto& entry : connections) {
             Connection& connection = entry.second;
-            if (!connection.closing && now > connection.deadline) {
+            const bool endedBefore = connection.ended;
+            connection.ended = connection.idle && hasEnded(connection.fd);
+            if (!connection.closing &&
+                (now > connection.deadline || (endedBefore && connection.ended))) {
                 connection.closing = true;
                 shutdown(connection.fd, SHUT_RDWR);
             }

@@ -193,6 +193,7 @@ void requestDone(void* cls, MHD_Connection* connection, void** context,
     const auto found = shared.connections.find(connection);
     if (found != shared.connections.end()) {
         found->second.deadline = Clock::now() + Seconds(shared.limits.headSeconds);
+        found->second.idle = true;
     }
 }
 

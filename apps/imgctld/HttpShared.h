@@ -31,6 +31,8 @@ struct Shared {
         std::string counted;
         bool known = false;
         bool closing = false;
+        bool idle = true;   ///< nothing of a request is known, or the last one is answered
+        bool ended = false; ///< idle, and its other end had sent its last byte when swept last
         Clock::time_point deadline = kNever;
     };
     struct Address {

@@ -41,7 +41,7 @@ RawClient::~RawClient() {
     close(m_fd);
 }
 
-void RawClient::send(const std::string& bytes) {
+void RawClient::send(const std::string& bytes, bool last) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         const ssize_t count = ::send(m_fd, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
@@ -49,6 +49,9 @@ void RawClient::send(const std::string& bytes) {
             return; // closed: what it answered before that can still be read
         }
         done += static_cast<std::size_t>(count);
+    }
+    if (last) {
+        shutdown(m_fd, SHUT_WR);
     }
 }
 

@@ -24,7 +24,8 @@ public:
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
 
-    void send(const std::string& bytes);
+    /// @param last  nothing more will come
+    void send(const std::string& bytes, bool last = false);
     /// Reads one answer. @param body  false: the head is enough, a stream goes on behind it
     Answer answer(bool body = true);
     /// Reads on until a text has come. @return false when it has not within the time

@@ -46,6 +46,19 @@ TEST_F(Daemon, TakesSoManyConnectionsOfAnAddressAndInAll) {
     EXPECT_EQ(open[0]->answer().status, 200);
 }
 
+TEST_F(Daemon, LetsGoOfConnectionsWhoseOtherEndSaysNoMore) {
+    start();
+    Connections open;
+    for (int i = 0; i < 10; ++i) {
+        open.push_back(std::make_unique<RawClient>(port));
+        open.back()->send(request("GET", "/"), true);
+        EXPECT_EQ(open.back()->answer().status, 200) << i;
+    }
+    for (const auto& client : open) {
+        EXPECT_TRUE(client->ended(3));
+    }
+}
+
 TEST_F(Daemon, LetsSixteenWatch) {
     start();
     Connections open;
