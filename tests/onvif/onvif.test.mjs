@@ -108,7 +108,7 @@ test('focus, presets and saving', async () => {
   assert.deepEqual(times.map(answer => answer.status), [200, 200, 200], 'who comes too soon for the flash waits for it');
   const { value, saved: kept } = await camera.api('GET', '/parameters/brightness');
   assert.equal(value, kept);
-  assert.equal((await camera.api('GET', '/schemes/0')).unsaved, 1, 'another scheme is not the recorder\'s to save');
+  assert.ok((await camera.api('GET', '/schemes/0')).unsaved > 0, 'another scheme is not the recorder\'s to save');
   const last = (await camera.api('GET', '/schemes')).schemes.at(-1).number;
   await client.setCurrentImagingPreset({ presetToken: String(last) });
   const { body: fault } = await camera.imaging('SetImagingSettings', write(one) + saved);

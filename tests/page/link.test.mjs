@@ -221,6 +221,8 @@ page('the end of a login says why, and an administrator hears in time of the cer
       session = { certificate_expires: date(days) };
       await until(async () => said.test(await bands()));
     }
+    await type(one, `#row${brightness} .number`, '300'); // and a refusal stands in that language
+    await until(async () => (await text(one, `#n${brightness}`)) === 'Helligkeit nimmt 0 - 255; 300 wurde abgelehnt. 128 bleibt in Kraft.');
     session = { logged_in: false, ended: 'unused', can: {} };
     await until(async () => (await text(one, '.login .note')) === 'Abgemeldet nach 30 Minuten ohne Benutzung.');
     assert.ok(!(await shown(one, '#picture')));

@@ -1,6 +1,6 @@
 // The camera's interface. Every answer is a document, or a problem with a sentence.
 
-import { language } from './words.js';
+import { knows, language, word } from './words.js';
 
 const base = '/api/v1';
 let loggedOut = () => {};
@@ -8,9 +8,19 @@ let loggedOut = () => {};
 /** Who is told that a login is needed, or needed again. */
 export function onLoggedOut(listener) { loggedOut = listener; }
 
+/** What a refusal says: in the page's language where that has words for it, else as the camera put it. */
+function sentence(document) {
+  const name = `refused_${document.code}`;
+  const refused = document.results?.find(one => one.outcome === 'refused') ?? {};
+  const { items, min, max } = refused.range ?? {};
+  const range = items?.length ? items.join(', ') : `${min} - ${max}`;
+  const text = knows(name) ? word(`refused_${document.code}`, { ...document, ...refused, range, value: refused.value_text || (refused.value ?? refused.before) }) : '{';
+  return text.includes('{') ? document.detail : text;
+}
+
 export class Problem extends Error {
   constructor(status, document) {
-    super(document.detail ?? String(status));
+    super(sentence(document) ?? String(status));
     this.status = status;
     this.document = document;
   }
@@ -33,6 +43,7 @@ export async function ask(method, path, body, { signal, type } = {}) {
   const kind = answer.headers.get('Content-Type') ?? '';
   const document = kind.includes('json') ? await answer.json() : { text: await answer.text() };
   if (answer.ok) return document;
+  document.retry_after ??= answer.headers.get('Retry-After') ?? undefined;
   if (answer.status === 401 && path !== '/login') loggedOut();
   throw new Problem(answer.status, document);
 }

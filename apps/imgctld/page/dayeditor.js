@@ -7,7 +7,7 @@ import { schemeClass } from './looks.js';
 import { on, readSchemes, refreshSoon, store } from './store.js';
 import { stripParts, tickMarks } from './strip.js';
 import { dayMinutes, minutesOf, timeText } from './times.js';
-import { word } from './words.js';
+import { camerasOwn, word } from './words.js';
 
 const least = 5;
 const step = 5;
@@ -224,9 +224,9 @@ class Editor {
       if (mine !== this.asked) return;
       this.warnings = plan.warnings;
       fill(this.strip, stripParts(plan.day, part => this.focus(part.scheme)));
-      fill(this.list, plan.warnings.map(one => make('li', {}, make('button', { type: 'button', class: 'quiet',
+      fill(this.list, plan.warnings.map(one => make('li', {}, make('button', { type: 'button', class: 'quiet', lang: camerasOwn(),
         onclick: () => this.focus(one.schemes.at(-1)) }, one.text))));
-      setText(this.plan, `${this.changes.length ? `${word('apply')}: ` : ''}${plan.text}`);
+      fill(this.plan, this.changes.length ? `${word('apply')}: ` : '', make('span', { lang: camerasOwn() }, plan.text));
       this.update();
     } catch (error) {
       if (mine === this.asked) this.say(error.message, 'error');

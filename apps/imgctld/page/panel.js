@@ -7,7 +7,7 @@ import { lightView } from './light.js';
 import { reveal } from './list.js';
 import { narrow } from './looks.js';
 import { on, refreshSoon, store } from './store.js';
-import { person, word } from './words.js';
+import { camerasOwn, person, word } from './words.js';
 
 const looks = ['dark', 'bright', 'grey', 'blurred', 'noisy'];
 const views = ['explain', 'history', 'light'];
@@ -69,11 +69,11 @@ async function explainView() {
   if (typeof subject === 'object') return [...stretchView(subject), lookButtons()];
   const document = await get(`/explain/${subject}`);
   if (document.causes) {
-    return [make('p', {}, document.text), make('ul', {}, document.causes.map((cause, i) =>
-      make('li', {}, `${cause.text} `, showButton(cause.key, cause.label), ' ', actionButton(cause.action, `cause${i}`)))), lookButtons()];
+    return [make('p', { lang: camerasOwn() }, document.text), make('ul', {}, document.causes.map((cause, i) =>
+      make('li', {}, make('span', { lang: camerasOwn() }, cause.text), ' ', showButton(cause.key, cause.label), ' ', actionButton(cause.action, `cause${i}`)))), lookButtons()];
   }
   return [make('h2', {}, document.label), make('ul', { class: 'lines' }, document.lines.map((line, i) =>
-    make('li', { 'data-topic': line.topic }, line.text, ' ', actionButton(line.action, `line${i}`)))), lookButtons()];
+    make('li', { 'data-topic': line.topic }, make('span', { lang: camerasOwn() }, line.text), ' ', actionButton(line.action, `line${i}`)))), lookButtons()];
 }
 
 function stretchView(part) {

@@ -28,6 +28,12 @@ export function person({ who, client }) {
   return /^(127\.|::1$|\[::1\])/.test(address) ? word('someoneHere') : word('someoneAt', { address });
 }
 
+/** The language of what the camera itself says, for an element that shows it on a page in another one. */
+export const camerasOwn = () => (chosen === 0 ? null : 'en');
+
+/** Whether the chosen language has a text of its own for something that the camera says in English. */
+export const knows = name => name in own;
+
 /** A text by its name, with {names} in it replaced. */
 export function word(name, values = {}) {
   const text = own[name] ?? english[name] ?? name;
