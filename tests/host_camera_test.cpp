@@ -370,7 +370,8 @@ TEST_F(HostCamera, WritesDownWhoDidWhat) {
     perform(SetWindows{{{0, {true, 0, 0, 4, 0}}}, {}});
     linux_framework::setClock(5, 0, 0, 50);
     EXPECT_TRUE(causedBy(Cause::Schedule, JournalEntry::Kind::Scheme));
-    EXPECT_EQ(SchemeRule::Why::OutsideWindows, camera.snapshot()->rule.why);
+    EXPECT_TRUE(
+        soon([&] { return camera.snapshot()->rule.why == SchemeRule::Why::OutsideWindows; }));
 
     for (int i = 0; i < 1100; ++i) {
         send(i % 2 == 0 ? "anna" : "bob", KEY_BRIGHTNESS, 5 + i % 100, 0);
