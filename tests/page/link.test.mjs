@@ -132,10 +132,12 @@ page('two pages share one trial: kept, dropped, reloaded', {}, async (camera, on
   await one.click('#try');
   await type(one, `#row${brightness} .number`, '80');
   await until(() => shown(one, '.band.trial'));
+  await sleep(2000);
   const other = await open(camera);
   await until(() => shown(other, '.band.trial'));
   const left = async some => Number(/0:(\d\d) left/.exec(await text(some, '.band.trial'))[1]);
   const own = (await camera.get('/trial')).seconds_left;
+  assert.ok(own <= 28, `${own} s of 30 are left`);
   for (const some of [one, other]) assert.ok(Math.abs(await left(some) - own) <= 2);
   assert.equal(await camera.stored(0, brightness), 128);
   await other.reload();
