@@ -497,7 +497,12 @@ void Core::housekeep() {
         const image_adjust::OperationScope scope(++m_operation);
         settle(periodic);
     }
-    if (m_changed || cameraTime().minuteOfDay() != m_publishedMinute) {
+    double gone = 0;
+    if (m_gone) { // for how long, is told by the second
+        m_layer->state(&gone);
+    }
+    if (m_changed || cameraTime().minuteOfDay() != m_publishedMinute ||
+        gone >= m_snapshot->layer.goneSeconds + 1) {
         publish();
     }
 }

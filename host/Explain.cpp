@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "LinuxFramework.h"
 #include "SensorKeys.h"
 #include "SensorRules.h"
 #include "host/Names.h"
@@ -102,9 +103,11 @@ private:
         } else if (m_value.applied && m_value.onTrial && m_snapshot.trial) {
             const Trial& trial = *m_snapshot.trial;
             const std::string who = trial.origin.who.empty() ? "" : " by " + trial.origin.who;
+            const double left =
+                static_cast<double>(trial.endsAt - linux_framework::deviceMicroseconds()) / 1e6;
             add(Topic::Value,
                 is + ", on trial" + who + " for another " +
-                    std::to_string(std::lround(trial.secondsLeft)) + " s; after that " +
+                    std::to_string(std::lround(std::max(0.0, left))) + " s; after that " +
                     shown(m_value.stored) + " again.",
                 Advice{"Keep it", KeepTrial{}});
         } else if (m_value.applied) {

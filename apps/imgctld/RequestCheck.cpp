@@ -166,6 +166,12 @@ HeadProblem checkHead(const http::Request& request, const OwnNames& names, const
     return {};
 }
 
+bool showsAPerson(const http::Request& request) {
+    const std::string* const active = request.argument("active");
+    return (request.method != "GET" && request.method != "HEAD") || request.path == "/" ||
+           (request.path == "/api/v1/session" && active != nullptr && *active == "1");
+}
+
 std::string clientAddress(const http::Request& request, const OwnNames& names) {
     // Some proxies add a line of their own below the client's.
     const auto last =

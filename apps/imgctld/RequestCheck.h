@@ -35,6 +35,10 @@ struct HeadProblem {
 /// @param importType  the type that the path takes in place of JSON; null: JSON
 HeadProblem checkHead(const http::Request& request, const OwnNames& names, const char* importType);
 
+/// Whether a request shows that a person is there: a page in sight reads by itself all the time. It
+/// changes something, loads the page, or is a page's word that somebody moves in it.
+bool showsAPerson(const http::Request& request);
+
 /// The address that a request came from: the peer's, or what a trusted proxy says it is.
 std::string clientAddress(const http::Request& request, const OwnNames& names);
 

@@ -221,11 +221,7 @@ Identity Service::identify(const http::Request& request) {
         return {};
     }
     const std::string secret = cookieValue(*cookies, cookieName(request.encrypted));
-    // A page in sight reads by itself all the time: it is used when it asks for a change, or
-    // for a reason.
-    const bool used = request.method != "GET" || request.path == "/" ||
-                      request.path.find("/explain") != std::string::npos;
-    return m_sessions.find(secret, now(), used).value_or(Identity{});
+    return m_sessions.find(secret, now(), showsAPerson(request)).value_or(Identity{});
 }
 
 std::string Service::streamOwner(const http::Request& request, const Identity& who) const {

@@ -1,10 +1,12 @@
 #include "host/api/Documents.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
 
 #include "Layer.h"
+#include "LinuxFramework.h"
 #include "host/Names.h"
 #include "host/Sentences.h"
 #include "host/api/Pieces.h"
@@ -122,11 +124,12 @@ Json cameraDocument(const Snapshot& snapshot, int language) {
                 {"scheme", snapshot.next->scheme},
                 {"title", schemeTitle(snapshot, snapshot.next->scheme)}};
     }
+    const CameraTime time = cameraTime();
     return {{"boot", snapshot.bootId},
             {"sequence", snapshot.number},
             {"journal", snapshot.journal},
-            {"time", timestamp(snapshot.time)},
-            {"time_of_day", clockText(snapshot.time)},
+            {"time", timestamp(time)}, // of now: the snapshot may be a minute old
+            {"time_of_day", clockText(time)},
             {"scheme",
              {{"number", snapshot.scheme},
               {"name", inForce != nullptr ? inForce->name : std::string()},
@@ -273,6 +276,8 @@ Json trialDocument(const Snapshot& snapshot, int language) {
         return nullptr;
     }
     const Trial& trial = *snapshot.trial;
+    const double left =
+        static_cast<double>(trial.endsAt - linux_framework::deviceMicroseconds()) / 1e6;
     Json values = Json::array();
     for (const Pair& pair : trial.values) {
         Json one = nameAndLabel(snapshot, pair.key, language);
@@ -285,7 +290,7 @@ Json trialDocument(const Snapshot& snapshot, int language) {
             {"who", textOrNull(trial.origin.who)},
             {"client", textOrNull(trial.origin.client)},
             {"scheme", trial.scheme},
-            {"seconds_left", std::lround(trial.secondsLeft)},
+            {"seconds_left", std::lround(std::max(0.0, left))},
             {"values", std::move(values)}};
 }
 

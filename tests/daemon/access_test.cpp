@@ -239,6 +239,27 @@ TEST(Access, KeepsTheLastAdministrator) {
     EXPECT_TRUE(access_control::removeUser(all, "a", why)) << why;
 }
 
+TEST(Access, OnlyAPersonKeepsALoginInUse) {
+    const struct {
+        const char* method;
+        const char* path;
+        const char* active;
+        bool person;
+    } rows[] = {
+        {"PUT", "/api/v1/parameters/34", "", true}, {"GET", "/", "", true},
+        {"GET", "/api/v1/session", "1", true},      {"GET", "/api/v1/session", "0", false},
+        {"GET", "/api/v1/session", "", false},      {"GET", "/api/v1/explain/34", "", false},
+        {"GET", "/api/v1/parameters", "1", false},  {"HEAD", "/api/v1/camera", "", false},
+    };
+    for (const auto& row : rows) {
+        http::Request request{};
+        request.method = row.method;
+        request.path = row.path;
+        request.query = {{"lang", "0"}, {"active", row.active}};
+        EXPECT_EQ(imgctld::showsAPerson(request), row.person) << row.path << row.active;
+    }
+}
+
 TEST(Access, BelievesATrustedProxyAlone) {
     http::Request request{};
     request.headers = {{"x-forwarded-for", "6.6.6.6"}, {"x-forwarded-for", "7.7.7.7, 192.0.2.9"}};

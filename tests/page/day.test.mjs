@@ -50,6 +50,22 @@ page('the day by keyboard: to midnight and past it, applied, cancelled, overtake
   await until(async () => !(await one.$('.day-editor')));
   assert.equal((await camera.get('/schemes/0')).start, '08:00'); // the draft's own
   assert.equal((await camera.get('/schemes/1')).end, '23:00');
+
+  // An edge by mouse; Escape gives it back, and the draft stays open.
+  await edit();
+  const at = await (await one.$(grip('end'))).boundingBox();
+  const hour = await one.$eval('[data-scheme="1"] .lane', lane => lane.getBoundingClientRect().width / 24);
+  const end = () => one.$eval(grip('end'), element => element.getAttribute('aria-valuetext'));
+  for (const [escape, left] of [[true, '23:00'], [false, '22:00']]) {
+    await one.mouse.move(at.x + at.width / 2, at.y + at.height / 2);
+    await one.mouse.down();
+    await one.mouse.move(at.x + at.width / 2 - hour, at.y + at.height / 2, { steps: 5 });
+    assert.equal(await end(), '22:00');
+    if (escape) await press(one, 'Escape');
+    await one.mouse.up();
+    assert.equal(await end(), left);
+  }
+  assert.equal((await camera.get('/schemes/1')).end, '23:00');
 });
 
 page('the strip shows what the plan says, over 200 random sets of windows', {}, async (camera, one) => {

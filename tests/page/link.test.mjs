@@ -25,6 +25,24 @@ page('four tabs: the fourth loads in two seconds and is answered in half a secon
   assert.equal(await camera.value(contrast), 90);
 });
 
+page('the clock runs with the camera\'s, and what nothing has changed stays as it was drawn', {}, async (camera, one) => {
+  await one.click(`#row${brightness} .help`);
+  await until(() => shown(one, '#panel .lines'));
+  await one.evaluate(() => { document.querySelector('#panel .lines').mine = true; });
+  let asked = [];
+  one.on('request', request => asked.push(request.url().slice(camera.url.length)));
+  await until(() => asked.some(path => path.includes('active=1'))); // that was the click
+  asked = [];
+  await sleep(2500);
+  assert.deepEqual(asked.filter(path => !/^\/api\/v1\/session\?lang/.test(path)), []);
+  assert.ok(asked.length);
+  const seconds = clock => Date.parse(`1970-01-01T${clock}Z`) / 1000;
+  const shownAt = await text(one, '#head .clock');
+  const { time } = await camera.get('/camera');
+  assert.ok(Math.abs(seconds(shownAt) - seconds(time.slice(11))) <= 1, `${shownAt}, the camera's ${time}`);
+  assert.ok(await one.$eval('#panel .lines', lines => lines.mine));
+});
+
 page('of two windows that are seen one has the moving picture, the other stills, and it moves on', {}, async (camera, one) => {
   const state = some => text(some, '#picture .state');
   await until(async () => (await state(one)) === 'live');
@@ -132,10 +150,12 @@ page('two pages share one trial: kept, dropped, reloaded', {}, async (camera, on
   await one.click('#try');
   await type(one, `#row${brightness} .number`, '80');
   await until(() => shown(one, '.band.trial'));
+  await sleep(2000);
   const other = await open(camera);
   await until(() => shown(other, '.band.trial'));
   const left = async some => Number(/0:(\d\d) left/.exec(await text(some, '.band.trial'))[1]);
   const own = (await camera.get('/trial')).seconds_left;
+  assert.ok(own <= 28, `${own} s of 30 are left`);
   for (const some of [one, other]) assert.ok(Math.abs(await left(some) - own) <= 2);
   assert.equal(await camera.stored(0, brightness), 128);
   await other.reload();
@@ -159,7 +179,7 @@ page('two pages share one trial: kept, dropped, reloaded', {}, async (camera, on
 });
 
 page('each role sees what it may, and who loses a right loses it within two seconds',
-  { camera: { users: { anna: 'administrator', olga: 'operator', vera: 'viewer' } }, ready: false }, async (camera, one) => {
+  { camera: { users: { anna: 'administrator', olga: 'operator', vera: 'viewer', mona: 'monitor' } }, ready: false }, async (camera, one) => {
     await login(one, 'vera', 'wrong-words-99');
     await until(async () => (await text(one, '.login .error')).length > 5);
     assert.ok(!(await shown(one, '#picture')));
@@ -177,6 +197,12 @@ page('each role sees what it may, and who loses a right loses it within two seco
       await act(some);
       await context.close();
     };
+    await own('mona', async some => {
+      await until(async () => /state only/.test(await text(some, '#bands')));
+      assert.match(await text(some, '#head .scheme'), /scheme 0/);
+      await sleep(1500); // of which nothing is a lost connection
+      assert.ok(!(await shown(some, '#picture, #list, #save, .band.error')));
+    });
     const gone = async (some, condition) => {
       const began = Date.now();
       await until(condition, 4000);

@@ -160,6 +160,9 @@ class Lane {
     const lost = warnings.find(one => one.kind === 'overlap' && one.schemes.at(-1) === this.number);
     show(this.losing, Boolean(lost));
     if (lost) place(this.losing, lost.from_minute, lost.to_minute);
+    // The name stands where the scheme is in force.
+    const beside = lost && lost.from_minute <= start && lost.to_minute < end;
+    this.body.style.paddingLeft = beside ? `calc(${(lost.to_minute - start) / dayMinutes * 100}% + 6px)` : '';
   }
 }
 

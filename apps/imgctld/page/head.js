@@ -123,7 +123,6 @@ function update() {
     const title = camera.layer.device ?? camera.layer.name;
     setText(name, title);
     document.title = title;
-    hearTime(camera.time);
     setText(schemeTitle, camera.scheme.name || camera.scheme.title);
     badge.className = `badge ${schemeClass(camera.scheme.number, camera.scheme.default)}`;
     setText(badge, camera.scheme.default ? '' : String(camera.scheme.number));
@@ -138,6 +137,7 @@ function update() {
   }
   if (session) {
     document.body.classList.toggle('viewer', !session.can.change);
+    document.body.classList.toggle('monitor', session.logged_in && !session.can.watch);
     menu.setAttribute('aria-label', word('menu'));
     setText(user, session.user ? `${session.user} (${session.role})` : '');
     setText(logout, word('logout'));
@@ -149,7 +149,7 @@ function update() {
       : word(over ? 'certificateOver' : 'certificateEnds', { date: session.certificate_expires.slice(0, 10) }), over ? 'warn' : 'thin');
     band('open', session.login_needed ? '' : word('openToAll'), 'thin',
       [make('button', { type: 'button', class: 'quiet', title: word('addUserHow'), onclick: () => alertHow() }, word('addUser'))]);
-    band('look', session.logged_in && !session.can.change ? word('mayLook') : '', 'thin');
+    band('look', session.logged_in && !session.can.change ? word(session.can.watch ? 'mayLook' : 'mayStateOnly') : '', 'thin');
   }
 }
 
@@ -164,7 +164,10 @@ function alertHow() {
   dialog.showModal();
 }
 
-on('camera', update);
+on('camera', () => {
+  hearTime(store.camera.time);
+  update();
+});
 on('session', update);
 on('announce', announce);
 on('link', () => {

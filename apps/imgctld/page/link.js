@@ -7,6 +7,7 @@ import { readCamera, readParameters, readSchemes, readSession, refreshSoon, stor
 
 const silence = 25000;
 const settling = 600;
+const stateEvery = 10000;
 const delays = [1000, 2000, 4000, 8000, 10000];
 
 let source = null;
@@ -41,6 +42,12 @@ function lose() {
   tell('link');
 }
 
+function isThere() {
+  tries = 0;
+  link.next = null;
+  setState('live');
+}
+
 function close() {
   clearTimeout(quiet);
   source?.close();
@@ -60,7 +67,14 @@ export async function connect() {
   if (document.hidden) return;
   try {
     const session = await readSession();
-    if (!session.logged_in) return; // the login begins again
+    if (!session.logged_in) return; // the login is there
+    tell('session');
+    if (!session.can.watch) { // the state is all that there is for a monitor, and no stream tells of it
+      await readCamera();
+      isThere();
+      retry = setTimeout(connect, stateEvery);
+      return;
+    }
     const from = last ? `&last=${encodeURIComponent(last)}` : '';
     const stream = new EventSource(`/api/v1/events?lang=${language()}${from}`);
     source = stream;
@@ -88,10 +102,7 @@ export async function connect() {
       if (said.snapshot > (store.camera?.sequence ?? 0)) refreshSoon();
     });
     await Promise.all([speaks, readCamera(), readSchemes(), readParameters()]);
-    if (source !== stream) return;
-    tries = 0;
-    link.next = null;
-    setState('live');
+    if (source === stream) isThere();
   } catch (error) {
     if (error.status === 401) return;
     lose();

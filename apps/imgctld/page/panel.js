@@ -53,6 +53,8 @@ async function refresh() {
     content = [make('p', { class: 'note error' }, error.document ? error.message : word('noAnswerAtAll'))];
   }
   if (mine !== state.count) return;
+  const drawn = make('div', {}, ...content.filter(Boolean)).innerHTML;
+  if (drawn === body.innerHTML) return; // whoever presses a button in it just now is not to miss
   // What has the focus keeps it, when it is there again.
   const focused = body.contains(document.activeElement) ? document.activeElement.dataset.id : undefined;
   fill(body, content);

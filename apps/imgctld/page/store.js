@@ -110,9 +110,18 @@ export const targetIsInForce = () => targetScheme() === store.camera?.scheme.num
 export const readCamera = reader(() => '/camera', takeCamera);
 export const readSchemes = reader(() => '/schemes', takeSchemes);
 export const readParameters = reader(() => '/parameters', takeParameters);
+let touched = false; // by a hand, since the camera was told of it
+for (const kind of ['pointerdown', 'pointermove', 'keydown', 'wheel']) {
+  addEventListener(kind, () => { touched = true; }, { passive: true, capture: true });
+}
+
+/** Reads who one is and what one may, and tells the camera whether a person is there. */
 export async function readSession() {
-  store.session = await get('/session');
-  tell('session');
+  const before = JSON.stringify(store.session);
+  const path = touched ? '/session?active=1' : '/session';
+  touched = false;
+  store.session = await get(path);
+  if (JSON.stringify(store.session) !== before) tell('session');
   return store.session;
 }
 
