@@ -15,13 +15,14 @@ unsigned int byteAt(const std::string& text, std::size_t position) {
 }
 
 /// The bytes of the UTF-8 sequence, of two or more, that begins here; 0 where none does. The longer
-/// forms of a short one are none.
+/// forms of a short one are none, nor are halves of surrogates, nor what is above U+10FFFF.
 std::size_t sequenceAt(const std::string& text, std::size_t position) {
     const unsigned int first = byteAt(text, position);
     const unsigned int second = byteAt(text, position + 1);
     const std::size_t size = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
     if (first < 0xc2 || first > 0xf4 || (first == 0xe0 && second < 0xa0) ||
-        (first == 0xf0 && second < 0x90)) {
+        (first == 0xf0 && second < 0x90) || (first == 0xed && second >= 0xa0) ||
+        (first == 0xf4 && second >= 0x90)) {
         return 0;
     }
     for (std::size_t i = 1; i < size; ++i) {
@@ -172,6 +173,25 @@ std::string printableLines(const std::string& text) {
         const char c = text[position];
         return c == '\n' || c == '\t' || (c == '\r' && byteAt(text, position + 1) == '\n');
     });
+}
+
+std::string asUtf8(const std::string& text) {
+    std::string result;
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < text.size(); i += size) {
+        const bool plain = byteAt(text, i) < 0x80;
+        size = plain ? 1 : sequenceAt(text, i);
+        // U+FFFE and U+FFFF are no characters.
+        const bool none =
+            size == 3 && text.compare(i, 2, "\xef\xbf") == 0 && byteAt(text, i + 2) >= 0xbe;
+        if (size == 0 || none) {
+            result += "\xef\xbf\xbd";
+            size = std::max<std::size_t>(size, 1);
+        } else {
+            result.append(text, i, size);
+        }
+    }
+    return result;
 }
 
 std::string quoted(const std::string& text) {

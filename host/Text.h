@@ -39,6 +39,9 @@ std::string printable(const std::string& text);
 /// The same for a text of several lines, whose tabs and line ends stay.
 std::string printableLines(const std::string& text);
 
+/// UTF-8 without anything else: each byte that is none, and what is no character, as U+FFFD.
+std::string asUtf8(const std::string& text);
+
 /// What a user typed, for an error: quoted, printable, and cut when it is long.
 std::string quoted(const std::string& text);
 

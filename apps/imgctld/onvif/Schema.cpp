@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "host/Text.h"
+
 namespace onvif {
 namespace {
 
@@ -174,7 +176,7 @@ bool write(const Element& element, const std::string& prefix, const Shape& shape
 
 std::string escapedXml(const std::string& text) {
     std::string result;
-    for (const char c : text) {
+    for (const char c : host::asUtf8(text)) {
         switch (c) {
             case '&':
                 result += "&amp;";
