@@ -377,9 +377,9 @@ void Service::handleApi(const Shared& exchange, const Identity& who, const std::
     asked.body = request.body;
     asked.who = who.name;
     if (asked.who.empty()) {
-        asked.who = request.local
-                        ? "someone at this machine"
-                        : "someone without login from " + clientAddress(request, m_options.names);
+        const std::string address = clientAddress(request, m_options.names);
+        asked.who = request.local || isLoopback(address) ? "somebody on this machine"
+                                                         : "somebody at " + address;
     }
     asked.client = streamOwner(request, who);
     m_api.handle(asked, [this, exchange](const host::api::Response& response) {

@@ -122,7 +122,7 @@ page('what fails is said in time, comes back by itself, and nothing that waited 
   assert.ok(await disabled() && await one.$eval('.day-editor .primary', button => button.disabled));
   await camera.put(`/parameters/${contrast}`, { value: 90 });
   proxy.let('/api/v1/events', undefined);
-  await within(async () => !(await shown(one, '.band.error')), 12000);
+  await within(async () => !(await shown(one, '.band.error')), 15000);
   await until(() => shown(one, `#row${contrast}.fresh`)); // changed meanwhile
   assert.equal(await control(one, contrast), 90);
 

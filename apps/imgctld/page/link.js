@@ -92,7 +92,7 @@ export async function connect() {
     }
     // Until it has said something it is no connection, whatever else is answered.
     const speaks = new Promise(done => {
-      for (const kind of ['hello', 'reset']) stream.addEventListener(kind, done, { once: true });
+      for (const kind of ['hello', 'reset', 'time']) stream.addEventListener(kind, done, { once: true });
     });
     stream.addEventListener('reset', event => { take(event); refreshSoon(0); });
     stream.addEventListener('hello', take);
