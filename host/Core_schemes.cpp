@@ -59,6 +59,11 @@ SchemeOutcome Core::saveOne(int number) {
 }
 
 void Core::handle(const Save& operation, Work& work) {
+    work.outcome.saves = true;
+    if (operation.scheme == m_memory.timed()) {
+        work.outcome.text = "the default scheme is never saved";
+        return;
+    }
     if (operation.scheme && !timedScheme(*operation.scheme, work)) {
         return;
     }
@@ -331,11 +336,23 @@ void Core::handle(const Reset& /*operation*/, Work& work) {
         endTrial("the camera was reset", work.origin);
     }
     m_overlays.clear();
+    const std::vector<u32> keys = m_memory.keys();
+    std::vector<SchemeMemory::Values> before;
+    for (int number = 0; number < m_memory.timed(); ++number) {
+        m_memory.refresh(*m_controller, number);
+        before.push_back(m_memory.values(number));
+    }
     m_controller->resetParameters();
     m_uiTexts.provide();
     m_bySchedule = true;
     loadAll();
     settle(false);
+    for (int number = 0; number < m_memory.timed(); ++number) {
+        for (std::size_t i = 0; number < static_cast<int>(before.size()) && i < keys.size(); ++i) {
+            const int was = (*before[static_cast<std::size_t>(number)])[i];
+            addChange(work, {keys[i], number, was, m_memory.stored(number, keys[i])});
+        }
+    }
     work.entry.kind = JournalEntry::Kind::Scheme;
     work.entry.origin.cause = Cause::Reset;
     work.entry.schemeBefore = work.outcome.scheme;

@@ -445,14 +445,20 @@ void Core::handle(const Undo& operation, Work& work) {
             continue;
         }
         m_memory.refresh(*m_controller, change.scheme);
-        if (!operation.force && m_memory.stored(change.scheme, change.key) != change.after) {
+        const Journal::Entry newer = journal.newerChangeOf(change.key, change.scheme, *entry);
+        // What no entry tells of, the value does.
+        if (!operation.force &&
+            (newer != nullptr || m_memory.stored(change.scheme, change.key) != change.after)) {
             const Parameter* about = parameter(change.key);
-            const Journal::Entry newer = journal.lastChangeOf(change.key, change.scheme);
-            refuse(
-                work, Reason::Newer,
-                (about == nullptr ? std::string() : about->label(0)) +
-                    (newer == nullptr || newer->origin.who.empty() ? ""
-                                                                   : " by " + newer->origin.who));
+            const bool undone = newer != nullptr && newer->undoes == entry->id;
+            const bool reset = newer != nullptr && newer->origin.cause == Cause::Reset;
+            const bool known = newer != nullptr && !newer->origin.who.empty();
+            refuse(work, Reason::Newer,
+                   (about == nullptr ? std::string() : about->label(0)) +
+                       (undone  ? " was taken back already"
+                        : reset ? " by a reset"
+                        : known ? " by " + newer->origin.who
+                                : ""));
             return;
         }
         wanted[change.scheme].push_back({change.key, *change.before});

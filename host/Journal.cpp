@@ -110,6 +110,25 @@ Journal::Entry Journal::lastChangeOf(u32 key, int scheme) const {
     return nullptr;
 }
 
+Journal::Entry Journal::newerChangeOf(u32 key, int scheme, const JournalEntry& than) const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    std::set<std::uint64_t> takenBack;
+    for (auto entry = m_entries.rbegin();
+         entry != m_entries.rend() && (*entry)->sequence > than.sequence; ++entry) {
+        const bool changes = std::any_of(
+            (*entry)->changes.begin(), (*entry)->changes.end(),
+            [&](const Change& change) { return change.key == key && change.scheme == scheme; });
+        if (!changes || takenBack.count((*entry)->id) != 0) {
+            continue;
+        }
+        if ((*entry)->undoes <= than.id) { // of nothing, or of this one, or of an older one
+            return *entry;
+        }
+        takenBack.insert((*entry)->undoes);
+    }
+    return nullptr;
+}
+
 bool Journal::waitFor(std::uint64_t after, std::chrono::milliseconds atMost) const {
     std::unique_lock<std::mutex> guard(m_lock);
     return m_changed.wait_for(guard, atMost, [&] { return m_sequence > after; });

@@ -83,6 +83,10 @@ public:
     /// The newest entry that changed a key, in a scheme or at all (-1); or null.
     Entry lastChangeOf(u32 key, int scheme = -1) const;
 
+    /// The newest entry after another one that changed a key in a scheme, and was not taken back
+    /// itself meanwhile; or null.
+    Entry newerChangeOf(u32 key, int scheme, const JournalEntry& than) const;
+
     /// Waits until there is something after a sequence number. @return false: nothing in that time
     bool waitFor(std::uint64_t after, std::chrono::milliseconds atMost) const;
 

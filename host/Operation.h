@@ -93,7 +93,8 @@ struct DropTrial {}; ///< ends it at once
 
 /// Saves every scheme with unsaved values and reads the files back; Outcome::schemes tells of each.
 struct Save {
-    std::optional<int> scheme; ///< this one only, unsaved or not
+    /// This one only, unsaved or not. The default scheme is never saved: Outcome::text says so.
+    std::optional<int> scheme;
 };
 
 /// Brings a scheme into force. While the schedule is on, the clock may switch back at once.
@@ -321,6 +322,7 @@ struct Outcome {
     int scheme = -1; ///< the scheme that was in force, or was recorded in
     std::vector<KeyOutcome> keys;
     std::vector<SchemeOutcome> schemes;
+    bool saves = false; ///< schemes tells what was saved, also where that is none
     std::optional<LensState> lens;
     std::map<u32, int> values;
     std::vector<Command> commands;

@@ -354,6 +354,16 @@ TEST_F(HostCamera, WritesDownWhoDidWhat) {
     EXPECT_EQ(Reason::Newer, perform(Undo{bobs, false}).refusal.reason);
     EXPECT_TRUE(perform(Undo{bobs, true}).done());
     EXPECT_EQ(2, stored(0, KEY_BRIGHTNESS));
+    // A value that is back by chance hides no change in between; what was taken back is none.
+    const std::uint64_t one = send("bob", KEY_CONTRAST, 10, 0);
+    const std::uint64_t two = send("carl", KEY_CONTRAST, 20, 0);
+    const std::uint64_t three = send("dora", KEY_CONTRAST, 10, 0);
+    const std::pair<std::uint64_t, Reason> undone[] = {{one, Reason::Newer},  {two, Reason::Newer},
+                                                       {three, Reason::None}, {two, Reason::None},
+                                                       {one, Reason::None},   {one, Reason::Newer}};
+    for (const auto& [entry, reason] : undone) {
+        EXPECT_EQ(reason, perform(Undo{entry, false}).refusal.reason) << entry;
+    }
 
     simulated_ia::changeFromOutside(KEY_GAMMA, 3);
     EXPECT_TRUE(soon([] { return sensorValue(KEY_GAMMA) == 0; })) << "the scheme wins back";
@@ -372,6 +382,13 @@ TEST_F(HostCamera, WritesDownWhoDidWhat) {
     EXPECT_TRUE(causedBy(Cause::Schedule, JournalEntry::Kind::Scheme));
     EXPECT_TRUE(
         soon([&] { return camera.snapshot()->rule.why == SchemeRule::Why::OutsideWindows; }));
+    perform(Reset{});
+    const Journal::Entry reset = journal.lastChangeOf(KEY_BRIGHTNESS, 0);
+    EXPECT_EQ(Cause::Reset, reset->origin.cause);
+    EXPECT_TRUE(std::any_of(reset->changes.begin(), reset->changes.end(), [](const Change& change) {
+        return change.key == KEY_BRIGHTNESS && change.scheme == 0 && change.before == 2 &&
+               change.after == 128;
+    }));
 
     for (int i = 0; i < 1100; ++i) {
         send(i % 2 == 0 ? "anna" : "bob", KEY_BRIGHTNESS, 5 + i % 100, 0);

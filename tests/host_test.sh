@@ -65,6 +65,7 @@ history 3|history 3
 window 2 08:00-09:00|window 2 08:00-09:00
 window 0 18:00-06:00 --with 1|window 0 18:00-24:00
 name 1 Morning|name 1 Morning
+name 1|name 1 Morning
 schemes|schemes 5 mode=0
 compare 0 2|compare 0 2 [1-9]*
 copy 0 2|copy 0 2 changed=[1-9]*
@@ -175,7 +176,17 @@ copy 0 x|3 *no scheme 'x'
 save x|3 *no scheme 'x'
 save 9|3 *no scheme '9'
 undo|3 *nothing that was asked for is left to take back
+undo --entry x|2 *the number of no change; *
 keep|3 *nothing is on trial
+--device nowhere statsu|2 *did you mean 'status'?*
+--device nowhere help try|0 
+keys --jsn|2 *no option '--jsn'; did you mean '--json'?; usage: keys *
+set contrast=1 --sav|2 *did you mean '--save'?*
+status -x|2 *no option '-x'; usage: status *
+diff nothing|2 *allowed: saved, factory, or two schemes
+plan x|2 *is no number of hours; allowed: 1 .. 168
+history 0|2 *is no number of changes; allowed: 1 .. 1000
+scheme 1/2|3 *no scheme '1/2'
 -c 'mode 0' -c 'scheme 0' -c 'fail 34 -9 1' -c 'set contrast=1,brightness=44,saturation=3'|1 *the layer failed (code -9)*Saturation was not tried.
 --connect ftp://x status|2 *is no address
 --connect http://a:b@x status|2 *holds no name, no password
@@ -184,6 +195,19 @@ keep|3 *nothing is on trial
 -c 'import WORK/wrong'|3 *line 3: *brightness*line 4: *line 5: *0..255*nothing is changed
 END
 expect 'files after refused commands' "$(scheme_files)" "$before"
+run main undo --json; expect 'undo --json' "$status $(<"$work/out")" '3 {*"code":"nothing"*}'
+while IFS='|' read -r line words; do # what completes without a camera
+    run main --complete "$line"; expect "completing '$line'" "$(xargs <"$work/out")" "$words"
+done <<'END'
+expl|explain
+explain da|dark
+explain brightn|brightness
+set --|--dry-run --json --save --scheme
+set contrast=1 --d|--dry-run
+window 1 o|off on
+help unl|unlimit
+scheme |
+END
 printf '# remark\n\n  get 34\0\n%0100000d\nmode 0\nscheme 2' 1 >"$work/odd"
 run main <"$work/odd"; expect 'odd lines' "$status $(oneline "$work/answers")" '2 mode 0;scheme 2;'
 
@@ -256,6 +280,22 @@ for signal in TERM HUP; do
     expect "terminal after SIG$signal" "$(<"$work/after")" "$((128 + $(kill -l $signal))) 1 same"
 done
 
+# At the prompt Tab completes keys and choices, and the next session has the lines of this one
+tree typed
+export XDG_STATE_HOME=$work/state
+for keys in $'get brightn\t\nset expose_mode=ma\t\nquit\n' $'\e[A\e[A\nquit\n'; do
+    mkfifo "$work/keys"
+    script -qec "$(printf '%q ' "${imgctl[@]}" --device "$work/typed" --speed 50)" /dev/null \
+        <"$work/keys" >"$work/screen" &
+    exec 9>"$work/keys"
+    for tries in $(seq 1000); do grep -q 'imgctl> ' "$work/screen" && break; sleep 0.02; done
+    printf %s "$keys" >&9
+    wait $!; exec 9>&-; rm "$work/keys"
+    tr '\r' '\n' <"$work/screen" | grep -aE '^(get|set|  [A-Z])' | tr '\n' ' ' >>"$work/screens"
+done
+expect 'two sessions' "$(<"$work/screens")" \
+    'get (34,[0-9]*) set done   Exposure mode is Manual now. set done   Exposure mode is Manual now. '
+
 # The same answers and exit statuses whoever runs the camera
 daemon=$(dirname "${imgctl[-1]}")/imgctld
 if [ ${#imgctl[@]} = 1 ] && [ -x "$daemon" ]; then
@@ -275,13 +315,17 @@ get Contrast|0 get (2353,41);
 set contrast=41 Exposure mode=Shutter priority  mirror=off, Longest shutter=1/25|0 set done;*mode is Shutter priority *;*shutter is 1/25 *
 set Exposure mode=automatic|0 set done;  Exposure mode is Automatic now.;
 set mirror=off Exposure mode=manual|3 *'off Exposure'*
-set contrast=41 mirror|2 *'mirror' is no parameter*
+set contrast=41 mirror|2 *'mirror' gives no key a value*
 set contrast=999|3 set rejected;imgctl: set: Contrast takes 0..255; 999 was refused. 41 stays in force.;
 try 3600 contrast=42|0 try done;  Contrast is 42 on trial; it is not recorded.;  On trial for 3600 *;
 drop|0 drop done;
 explain contrast --json|0 {"key":2353,*};
 export -|0 *[[]scheme 0[]]*;
 get nothing at all|3 *no key 'nothing'*
+get Day/night mode|0 get (144,*);
+explain Day/night mode|0 explain dn-mode *
+compare 0 0|0 compare 0 0 0;  A switch from 0 to 0 sends nothing.;
+flush 4 --json|0 {*"saved":[[]],"failed":[[]],*"text":"the default scheme is never saved"*};
 all|0 all (8000,*;
 wdr 0|0 wdr mode=0 allowed=0;
 wdr 0 --json|0 {*"symbol":"KEY_WDR_MODE"*};

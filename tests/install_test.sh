@@ -50,6 +50,9 @@ if [ -x "$prefix/bin/imgctld" ]; then
     run 'the first user' "$prefix/bin/imgctl" user add anna <<<'a long password'
     [ -e "$work/state/imgctl/device-root/users.cfg" ] || fail 'the first user is not where the camera is'
 fi
+if [ -n "$(find "$prefix/lib" -name imgctl-away.so)" ]; then
+    run 'what is loaded' "$prefix/bin/imgctl" tls new --cert "$work/cert.pem" --key "$work/key.pem"
+fi
 
 # Completion as a shell loads it by the command's name.
 PATH=$prefix/bin:$PATH bash -c '

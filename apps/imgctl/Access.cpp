@@ -8,6 +8,7 @@
 #include <ctime>
 #include <functional>
 
+#include "Away.h"
 #include "Command.h"
 #include "Prompt.h"
 #include "TerminalGuard.h"
@@ -15,7 +16,6 @@
 #include "host/CommandLine.h"
 #include "host/Text.h"
 #include "host/access/Accounts.h"
-#include "host/access/SelfSigned.h"
 
 namespace imgctl {
 namespace {
@@ -344,9 +344,10 @@ Status tls(const Arguments& arguments) {
     }
     std::string fingerprint;
     std::string problem;
-    if (!access_control::makeSelfSigned(names, arguments.days == 0 ? 825 : arguments.days,
-                                        arguments.certificate, arguments.key, fingerprint,
-                                        problem)) {
+    const Away* const module = away(problem);
+    if (module == nullptr ||
+        !module->makeSelfSigned(names, arguments.days == 0 ? 825 : arguments.days,
+                                arguments.certificate, arguments.key, fingerprint, problem)) {
         return refuse(Status::failed, problem);
     }
     printLine("certificate " + arguments.certificate + ", key " + arguments.key + "\nSHA-256 " +

@@ -52,6 +52,8 @@ class Daemon : public Client {
 public:
     explicit Daemon(std::string path) : m_path(std::move(path)) {}
 
+    bool listens() const { return isConnected(Socket()); }
+
 protected:
     bool send(const host::api::Request& request, host::api::Response& response,
               std::string& problem) override {
@@ -87,19 +89,23 @@ private:
         return text;
     }
 
-    bool exchange(const std::string& text, std::string& answer) const {
-        const Socket to;
+    bool isConnected(const Socket& to) const {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        const timeval limit = {kMostSeconds, 0};
         if (m_path.size() >= sizeof address.sun_path) {
             errno = ENAMETOOLONG;
             return false;
         }
         std::copy(m_path.begin(), m_path.end(), address.sun_path);
-        if (setsockopt(to.descriptor(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) != 0 ||
-            connect(to.descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address) !=
-                0) {
+        return connect(to.descriptor(), reinterpret_cast<const sockaddr*>(&address),
+                       sizeof address) == 0;
+    }
+
+    bool exchange(const std::string& text, std::string& answer) const {
+        const Socket to;
+        const timeval limit = {kMostSeconds, 0};
+        if (!isConnected(to) ||
+            setsockopt(to.descriptor(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) != 0) {
             return false;
         }
         for (std::size_t sent = 0; sent < text.size();) {
@@ -158,8 +164,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<Client> clientOf(const std::string& socket) {
-    return std::make_unique<Daemon>(socket);
+std::unique_ptr<Client> daemonOf(const std::string& socket) {
+    auto daemon = std::make_unique<Daemon>(socket);
+    return daemon->listens() ? std::move(daemon) : nullptr;
 }
 
 } // namespace imgctl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Client.h"
@@ -21,14 +22,22 @@ struct Target {
     bool json = false;    ///< documents in place of texts, for every command
 };
 
+/// Options by name, each with its value.
+using GivenOptions = std::vector<std::pair<std::string, std::string>>;
+
 /// One call of a command.
 struct Call {
     const Target& target;
     const char* name; ///< the command's
     std::vector<std::string>
-        arguments; ///< as many as the synopsis has at most; optional ones may lack
-    bool json;     ///< the answer's document is asked for, not a text
-    bool& quit;    ///< set to end the run
+        arguments;        ///< as many as the synopsis has at most; optional ones may lack
+    bool json;            ///< the answer's document is asked for, not a text
+    bool& quit;           ///< set to end the run
+    GivenOptions options; ///< of Command::options, those that are given
+
+    /// The value of the first option of that name, empty where it takes none; null where it is not
+    /// given.
+    const std::string* option(const std::string& wanted) const;
 
     /// Asks the camera by the API.
     Answer ask(const std::string& method, const std::string& path, const Query& query = {}) const;
@@ -63,13 +72,26 @@ struct Command {
     const char* help;
     Status (*run)(const Call& call);
     bool ownCamera = false; ///< works only on a camera of this process
+    /// Beside --json, which all take; "--with=" takes the next word as its value.
+    std::vector<std::string> options = {};
 };
 
 /// Every command, in the order of the help.
 const std::vector<Command>& commands();
 
+/// What a line asks for, before any camera is asked.
+struct Line {
+    const Command* command = nullptr; ///< null for a blank line or a comment
+    bool json = false;
+    GivenOptions options;
+    std::vector<std::string> arguments;
+};
+
+/// @return false with what is not understood in it
+bool readLine(const std::string& text, Line& line, std::string& problem);
+
 /// Runs one line. Blank lines and comments, which start with '#', do nothing.
-Status runLine(const Target& target, const std::string& line, bool& quit);
+Status runLine(const Target& target, const std::string& text, bool& quit);
 
 /// The commands, one a line with its help.
 std::string commandHelp();

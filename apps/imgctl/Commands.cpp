@@ -5,6 +5,7 @@
 
 #include "CommandFunctions.h"
 #include "Output.h"
+#include "Words.h"
 #include "host/Text.h"
 
 namespace imgctl {
@@ -66,6 +67,12 @@ Status runHelp(const Call& call) {
 
 } // namespace
 
+const std::string* Call::option(const std::string& wanted) const {
+    const auto found = std::find_if(options.begin(), options.end(),
+                                    [&wanted](const auto& one) { return one.first == wanted; });
+    return found == options.end() ? nullptr : &found->second;
+}
+
 void Call::answer(const std::string& text) const {
     printLine(std::string(name) + " " + host::printable(text));
 }
@@ -125,10 +132,13 @@ Status statusOf(const Answer& answer) {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> table = {
-        {"set", "PAIRS",
+        {"set",
+         "PAIRS",
          "apply and record: brightness=60 expose_mode=manual, or (34,60)(2337,55); --save too, "
          "--dry-run only looks, --scheme N records in another one",
-         runSet},
+         runSet,
+         false,
+         {"--save", "--dry-run", "--scheme="}},
         {"apply", "PAIRS", "the same without recording; the keys of the time window are left out",
          runApply},
         {"try", "SECONDS PAIRS", "apply for a time, after which the scheme's values come back",
@@ -141,21 +151,30 @@ const std::vector<Command>& commands() {
          "table of keys: value, saved and factory value, what is allowed, what holds it; with WORD "
          "those that have to do with it",
          runKeys},
-        {"explain", "KEY",
-         "why a value is as it is; or of the picture: dark, bright, grey, blurred, noisy",
-         runExplain},
+        {"explain", "KEY|dark|bright|grey|blurred|noisy",
+         "why a value is as it is, or what most likely makes the picture so", runExplain},
         {"plan", "[HOURS]", "what the schedule will do, and what is wrong with it", runPlan},
         {"history", "[N]", "the last N changes (20), newest last", runHistory},
-        {"undo", "[N]", "take the last N changes back (1); --entry ID, --force", runUndo},
+        {"undo",
+         "[N]",
+         "take the last N changes back (1); --entry ID that one, --force whatever changed since",
+         runUndo,
+         false,
+         {"--entry=", "--force"}},
         {"watch", "[SECONDS]", "print every change as it happens, until Ctrl-C", runWatch},
         {"status", "", "scheme, mode, time and state of the camera", runStatus},
         {"schemes", "", "every scheme: its window, what is not saved, its name", runSchemes},
         {"scheme", "[N]",
          "the current scheme, or switch to N (in mode 1 the clock may switch back)", runScheme},
         {"mode", "[0|1]", "whether schemes switch by themselves (1) or not (0)", runMode},
-        {"window", "N [HH:MM-HH:MM|on|off]",
-         "the time of scheme N; across midnight with '--with M' for the morning", runWindow},
-        {"name", "N [TEXT]", "call scheme N so", runName},
+        {"window",
+         "N [HH:MM-HH:MM|on|off]",
+         "the time of scheme N; across midnight with '--with M' for the morning",
+         runWindow,
+         false,
+         {"--with="}},
+        {"name", "N [TEXT]", "the name of scheme N, or call it so; '-' takes its name away",
+         runName},
         {"copy", "A B", "scheme B gets the values of A, not its window", runCopy},
         {"compare", "A B", "where two schemes differ, and what a switch would send", runCompare},
         {"diff", "[A] [B]",
@@ -170,10 +189,13 @@ const std::vector<Command>& commands() {
         {"reset", "", "throw saved schemes away and start with the factory values", runReset},
         {"wait", "SECONDS", "let camera time pass", runWait, true},
         {"export", "FILE", "write the timed schemes to a text file of this machine", runExport},
-        {"import", "FILE",
+        {"import",
+         "FILE",
          "check such a file; then set and save its schemes, whichever is current; --dry-run only "
          "checks",
-         runImport},
+         runImport,
+         false,
+         {"--dry-run"}},
         {"snapshot", "FILE", "write what the camera sees to a JPEG file of this machine",
          runSnapshot},
         {"style", "", "the controls of the user interface (XML), after a line with their size",
@@ -212,40 +234,59 @@ std::string commandHelp() {
     return text;
 }
 
-Status runLine(const Target& target, const std::string& line, bool& quit) {
-    const std::vector<std::string> parts = host::words(line, 2);
+bool readLine(const std::string& text, Line& line, std::string& problem) {
+    const std::vector<std::string> parts = host::words(text, 2);
     if (parts.empty() || parts[0][0] == '#') {
-        return Status::done;
+        return true;
     }
-    if (line.find('\0') != std::string::npos) {
-        printError(host::quoted(line) + " holds a zero byte");
-        return Status::usage;
+    if (text.find('\0') != std::string::npos) {
+        problem = host::quoted(text) + " holds a zero byte";
+        return false;
     }
-    const Command* command = findCommand(parts[0]);
+    const Command* const command = findCommand(parts[0]);
     if (command == nullptr) {
-        printError(unknownCommand(parts[0]));
-        return Status::usage;
+        problem = unknownCommand(parts[0]);
+        return false;
     }
     const std::vector<std::string> expected =
         host::words(command->synopsis, command->synopsis.size());
     const auto needed = std::count_if(expected.begin(), expected.end(),
                                       [](const std::string& word) { return word[0] != '['; });
     std::string rest = parts.size() > 1 ? parts[1] : std::string();
-    const bool json = takeWord(rest, "--json") || target.json;
-    const Call call{target, command->name, host::words(rest, expected.size()), json, quit};
-    if (call.arguments.size() > expected.size()) {
-        return call.refuse(Status::usage,
-                           host::quoted(rest) + " is too much; " + usageOf(*command));
+    line.json = takeWord(rest, "--json");
+    const bool known = takeOptions(rest, command->options, line.options, problem);
+    line.arguments = host::words(rest, expected.size());
+    if (known && line.arguments.size() > expected.size()) {
+        problem = host::quoted(rest) + " is too much";
+    } else if (known && line.arguments.size() < static_cast<std::size_t>(needed)) {
+        problem = expected[line.arguments.size()] + " is missing";
     }
-    if (call.arguments.size() < static_cast<std::size_t>(needed)) {
-        return call.refuse(Status::usage,
-                           expected[call.arguments.size()] + " is missing; " + usageOf(*command));
+    if (!problem.empty()) {
+        problem = command->name + (": " + problem + "; ") + usageOf(*command);
+        return false;
     }
-    if (command->ownCamera && target.camera == nullptr) {
+    line.command = command;
+    return true;
+}
+
+Status runLine(const Target& target, const std::string& text, bool& quit) {
+    Line line;
+    std::string problem;
+    if (!readLine(text, line, problem)) {
+        printError(problem);
+        return Status::usage;
+    }
+    if (line.command == nullptr) {
+        return Status::done;
+    }
+    const Call call{
+        target, line.command->name,     std::move(line.arguments), line.json || target.json,
+        quit,   std::move(line.options)};
+    if (line.command->ownCamera && target.camera == nullptr) {
         return call.refuse(Status::rejected,
                            "another program runs this camera; this works only where none does");
     }
-    return command->run(call);
+    return line.command->run(call);
 }
 
 } // namespace imgctl

@@ -3,7 +3,6 @@
 #include "CommandFunctions.h"
 #include "Output.h"
 #include "Shown.h"
-#include "Words.h"
 #include "host/Files.h"
 #include "host/Text.h"
 
@@ -29,20 +28,13 @@ Status runExport(const Call& call) {
 }
 
 Status runImport(const Call& call) {
-    std::string file = call.arguments[0];
+    const std::string& file = call.arguments[0];
     std::string problem;
-    std::vector<std::pair<std::string, std::string>> options;
     std::string text;
-    if (!takeOptions(file, {"--dry-run"}, options, problem)) {
-        return call.refuse(Status::usage, problem);
-    }
-    if (file.empty()) {
-        return call.refuse(Status::usage, "FILE is missing");
-    }
     if (!host::readFile(file, host::api::kMostImport, text, problem)) {
         return call.refuse(Status::failed, problem);
     }
-    const bool dryRun = !options.empty();
+    const bool dryRun = call.option("--dry-run") != nullptr;
     const Answer answer =
         call.target.client.ask("POST", "/import", dryRun ? Query{{"dry-run", "1"}} : Query(), text);
     Status status = Status::done;

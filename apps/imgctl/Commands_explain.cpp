@@ -3,6 +3,7 @@
 #include "CommandFunctions.h"
 #include "Output.h"
 #include "Shown.h"
+#include "host/Plan.h"
 #include "host/Text.h"
 
 namespace imgctl {
@@ -120,6 +121,12 @@ Status runExplain(const Call& call) {
 
 Status runPlan(const Call& call) {
     const std::string hours = call.arguments.empty() ? "24" : call.arguments[0];
+    int wanted = 0;
+    if (!host::readIntWithin(hours, 1, host::kMostPlanHours, wanted)) {
+        return call.refuse(Status::usage, host::quoted(hours) +
+                                              " is no number of hours; allowed: 1 .. " +
+                                              std::to_string(host::kMostPlanHours));
+    }
     const Answer answer = call.ask("GET", "/plan", Query{{"hours", hours}});
     Status status = Status::done;
     if (call.told(answer, status)) {

@@ -11,6 +11,8 @@
 namespace imgctl {
 namespace {
 
+constexpr int kMostEntries = 1000;
+
 std::string entryText(const Json& entry) {
     const std::string who = textOf(entry, "who");
     const std::string client = textOf(entry, "client");
@@ -26,8 +28,9 @@ std::string entryText(const Json& entry) {
     }
     const Json changes = entry.value("changes", Json::array());
     const std::string scheme = numberOf(entry, "scheme");
-    if (textOf(entry, "kind") == "scheme") {
-        text += numberOf(entry, "scheme_before") + " -> " + textOf(entry, "scheme_title") + "; ";
+    const std::string before = numberOf(entry, "scheme_before");
+    if (textOf(entry, "kind") == "scheme" && before != scheme) {
+        text += before + " -> " + textOf(entry, "scheme_title") + "; ";
     }
     text += note + (note.empty() || changes.empty() ? "" : ": ");
     constexpr std::size_t kShown = 8;
@@ -48,6 +51,12 @@ std::string entryText(const Json& entry) {
 
 Status runHistory(const Call& call) {
     const std::string count = call.arguments.empty() ? "20" : call.arguments[0];
+    int wanted = 0;
+    if (!host::readIntWithin(count, 1, kMostEntries, wanted)) {
+        return call.refuse(Status::usage, host::quoted(count) +
+                                              " is no number of changes; allowed: 1 .. " +
+                                              std::to_string(kMostEntries));
+    }
     const Answer answer = call.ask("GET", "/history", Query{{"count", count}});
     Status status = Status::done;
     if (call.told(answer, status)) {

@@ -49,8 +49,9 @@ std::string tableLine(const Json& parameter) {
 
 std::string details(const Json& parameter) {
     const std::string why = textOf(parameter, "why");
+    const std::string unit = textOf(parameter, "unit");
     return "        " + textOf(parameter, "label") + ": " +
-           valueOf(parameter, "value", "value_text") + " " + textOf(parameter, "unit") +
+           valueOf(parameter, "value", "value_text") + (unit.empty() ? "" : " " + unit) +
            (why.empty() ? "" : "; " + why) + "\n        " + textOf(parameter, "help") + "\n";
 }
 

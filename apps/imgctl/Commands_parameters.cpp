@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <climits>
 
 #include "CommandFunctions.h"
 #include "Output.h"
@@ -10,8 +11,6 @@
 
 namespace imgctl {
 namespace {
-
-using Options = std::vector<std::pair<std::string, std::string>>;
 
 bool isWrong(const Json& result) {
     const std::string outcome = textOf(result, "outcome");
@@ -90,27 +89,20 @@ Status readFailed(const Call& call, const std::string& problem) {
 } // namespace
 
 Status runSet(const Call& call) {
-    std::string text = call.arguments[0];
     std::string problem;
-    Options options;
     Json body = Json::object();
-    if (!takeOptions(text, {"--save", "--dry-run", "--scheme="}, options, problem) ||
-        !readPairs(text, body["values"], problem)) {
+    if (!readPairs(call.arguments[0], body["values"], problem)) {
         return readFailed(call, problem);
     }
-    bool save = false;
-    bool dryRun = false;
-    for (const auto& [name, value] : options) {
+    const bool save = call.option("--save") != nullptr;
+    const bool dryRun = call.option("--dry-run") != nullptr;
+    if (const std::string* const number = call.option("--scheme")) {
         int scheme = 0;
-        save = save || name == "--save";
-        dryRun = dryRun || name == "--dry-run";
-        if (name == "--scheme") {
-            if (!host::readInt(value, scheme)) {
-                return readFailed(call, "--scheme needs a number, not " + host::quoted(value));
-            }
-            body["scheme"] = scheme;
-            body["record"] = true;
+        if (!host::readInt(*number, scheme)) {
+            return call.refuse(Status::rejected, "there is no scheme " + host::quoted(*number));
         }
+        body["scheme"] = scheme;
+        body["record"] = true;
     }
     body["gesture"] = nextGesture(); // or history would take two commands for one movement
     if (save && dryRun) {
@@ -149,8 +141,14 @@ Status runApply(const Call& call) {
 Status runGet(const Call& call) {
     std::vector<std::string> keys;
     std::string problem;
-    if (!readQuery(call.arguments[0], keys, problem)) {
+    const std::string& text = call.arguments[0];
+    if (!readQuery(text, keys, problem)) {
         return call.refuse(Status::usage, problem);
+    }
+    // A name may have blanks, as several keys have between them.
+    if (keys.size() > 1 && text.find_first_of("(,") == std::string::npos &&
+        call.ask("GET", "/parameters/" + text).good()) {
+        keys = {text};
     }
     Json documents = Json::array();
     std::string values;
@@ -257,23 +255,22 @@ Status runDrop(const Call& call) {
 }
 
 Status runUndo(const Call& call) {
-    std::string text = call.arguments.empty() ? "" : call.arguments[0];
-    std::string problem;
-    Options options;
+    const std::string text = call.arguments.empty() ? "1" : call.arguments[0];
+    const bool force = call.option("--force") != nullptr;
     int count = 1;
-    if (!takeOptions(text, {"--force", "--entry="}, options, problem)) {
-        return readFailed(call, problem);
-    }
-    if (!text.empty() && !host::readIntWithin(text, 1, 1000, count)) {
+    if (!host::readIntWithin(text, 1, 1000, count)) {
         return readFailed(call,
                           host::quoted(text) + " is no number of changes; allowed: 1 .. 1000");
     }
     Json entries = Json::array();
-    bool force = false;
-    for (const auto& [name, value] : options) {
-        force = force || name == "--force";
+    for (const auto& [name, value] : call.options) {
+        int entry = 0;
+        if (name == "--entry" && !host::readIntWithin(value, 1, INT_MAX, entry)) {
+            return readFailed(
+                call, host::quoted(value) + " is the number of no change; 'history' shows them");
+        }
         if (name == "--entry") {
-            entries.push_back(typedValue(value));
+            entries.push_back(entry);
         }
     }
     if (entries.empty()) {
@@ -285,16 +282,28 @@ Status runUndo(const Call& call) {
         entries = undoable(history.document, static_cast<std::size_t>(count));
     }
     if (entries.empty()) {
-        return call.refuse(Status::rejected, "nothing that was asked for is left to take back");
+        const std::string nothing = "nothing that was asked for is left to take back";
+        if (call.json) {
+            printLine(*host::api::problem(404, "nothing", nothing).body);
+            return Status::rejected;
+        }
+        return call.refuse(Status::rejected, nothing);
     }
-    for (const Json& entry : entries) {
-        const Status status =
-            tell(call, call.ask("POST", "/undo", Json{{"entry", entry}, {"force", force}}));
-        if (status != Status::done) {
-            return status;
+    Json documents = Json::array();
+    Status status = Status::done;
+    for (std::size_t i = 0; i < entries.size() && status == Status::done; ++i) {
+        const Answer answer =
+            call.ask("POST", "/undo", Json{{"entry", entries[i]}, {"force", force}});
+        const bool hasDocument = call.json && answer.status != 0;
+        status = hasDocument ? statusOf(answer) : tell(call, answer);
+        if (hasDocument) {
+            documents.push_back(answer.document);
         }
     }
-    return Status::done;
+    if (!documents.empty()) {
+        printLine(host::api::text(documents.size() == 1 ? documents[0] : documents));
+    }
+    return status;
 }
 
 } // namespace imgctl

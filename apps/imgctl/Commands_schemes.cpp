@@ -39,7 +39,7 @@ std::string schemeLine(const Json& scheme) {
                   7) +
            column(windowText(scheme), 11) +
            column(unsaved == "0" ? "-" : unsaved + " unsaved", 11) +
-           host::printable(isDefault ? "factory values" : textOf(scheme, "name")) +
+           host::printable(isDefault ? "factory values" : numberOf(scheme, "name")) +
            (fault.empty() ? "" : "  (its window is out of order: it cannot be saved)") + "\n";
 }
 
@@ -61,6 +61,11 @@ bool isMinuteOfDay(const std::string& text, int& minute) {
     }
     minute += hour * 60;
     return true;
+}
+
+bool isNumber(const std::string& text) {
+    int number = 0;
+    return host::readInt(text, number);
 }
 
 /// What is no number is no scheme either: the same fault as a number of none.
@@ -88,6 +93,9 @@ Status runScheme(const Call& call) {
             call.answer(numberOf(answer.document["scheme"], "number"));
         }
         return status;
+    }
+    if (!isNumber(call.arguments[0])) {
+        return noScheme(call, call.arguments[0]);
     }
     const Answer answer = call.ask("POST", "/schemes/" + call.arguments[0] + "/activate");
     if (!call.told(answer, status)) {
@@ -135,13 +143,16 @@ Status runMode(const Call& call) {
 }
 
 Status runWindow(const Call& call) {
-    std::string text = call.arguments.size() > 1 ? call.arguments[1] : "";
-    std::vector<std::pair<std::string, std::string>> options;
-    std::string problem;
-    if (!takeOptions(text, {"--with="}, options, problem)) {
-        return call.refuse(Status::usage, problem);
-    }
+    const std::string text = call.arguments.size() > 1 ? call.arguments[1] : "";
+    const std::string* const morning = call.option("--with");
     const std::string& number = call.arguments[0];
+    int with = 0;
+    if (!isNumber(number)) {
+        return noScheme(call, number);
+    }
+    if (morning != nullptr && !host::readInt(*morning, with)) {
+        return noScheme(call, *morning);
+    }
     if (text.empty()) {
         return answerWindow(call, number);
     }
@@ -158,7 +169,7 @@ Status runWindow(const Call& call) {
             return call.refuse(Status::usage, host::quoted(text) +
                                                   " is no window; allowed: HH:MM-HH:MM, on or off");
         }
-        if (from > to && to > 0 && options.empty()) {
+        if (from > to && to > 0 && morning == nullptr) {
             return call.refuse(Status::rejected,
                                "a window across midnight needs two schemes: 'window " + number +
                                    " " + text +
@@ -167,12 +178,7 @@ Status runWindow(const Call& call) {
         }
         body = {{"enabled", true}, {"start", start}, {"end", to == 0 ? "24:00" : end}};
     }
-    int with = 0;
-    if (!options.empty() && !host::readInt(options.front().second, with)) {
-        return call.refuse(Status::usage,
-                           "--with needs a scheme, not " + host::quoted(options.front().second));
-    }
-    if (!options.empty()) {
+    if (morning != nullptr) {
         body["with"] = with;
     }
     const Answer answer = call.ask("PUT", "/schemes/" + number, body);
@@ -181,7 +187,7 @@ Status runWindow(const Call& call) {
         return status;
     }
     status = answerWindow(call, number);
-    if (!options.empty() && status == Status::done) {
+    if (morning != nullptr && status == Status::done) {
         printLine("  Scheme " + std::to_string(with) + " has the same values now, from 00:00 to " +
                   textOf(body, "end") + ". 'save' saves both, 'undo' takes both back.");
     }
@@ -189,19 +195,26 @@ Status runWindow(const Call& call) {
 }
 
 Status runName(const Call& call) {
-    const std::string name = call.arguments.size() > 1 ? call.arguments[1] : "";
-    const Answer answer = call.ask("PUT", "/schemes/" + call.arguments[0], Json{{"name", name}});
+    const std::string& number = call.arguments[0];
+    const std::string given = call.arguments.size() > 1 ? call.arguments[1] : "";
+    if (!isNumber(number)) {
+        return noScheme(call, number);
+    }
+    const Answer answer = given.empty()
+                              ? call.ask("GET", "/schemes/" + number)
+                              : call.ask("PUT", "/schemes/" + number,
+                                         Json{{"name", given == "-" ? std::string() : given}});
     Status status = Status::done;
     if (!call.told(answer, status)) {
-        call.answer(call.arguments[0] + " " + name);
+        call.answer(number + " " + (given.empty() ? numberOf(answer.document, "name") : given));
     }
     return status;
 }
 
 Status runCopy(const Call& call) {
     int to = 0;
-    if (!host::readInt(call.arguments[1], to)) {
-        return noScheme(call, call.arguments[1]);
+    if (!isNumber(call.arguments[0]) || !host::readInt(call.arguments[1], to)) {
+        return noScheme(call, call.arguments[isNumber(call.arguments[0]) ? 1 : 0]);
     }
     const Answer answer =
         call.ask("POST", "/schemes/" + call.arguments[0] + "/copy", Json{{"to", to}});
@@ -231,8 +244,10 @@ Status runCompare(const Call& call) {
     }
     call.answer(call.arguments[0] + " " + call.arguments[1] + " " +
                 std::to_string(differences.size()));
-    if (!lines.empty() && call.name == std::string("compare")) {
-        lines += "  A switch from " + call.arguments[0] + " to " + call.arguments[1] + " sends:\n";
+    if (call.name == std::string("compare")) {
+        const std::string from =
+            "  A switch from " + call.arguments[0] + " to " + call.arguments[1];
+        lines += from + (answer.document["commands"].empty() ? " sends nothing.\n" : " sends:\n");
         for (const Json& command : answer.document["commands"]) {
             lines += "    command " + numberOf(command, "command") + " (" +
                      textOf(command, "name") + ") = " + numberOf(command, "value") + "\n";
@@ -250,6 +265,11 @@ Status runDiff(const Call& call) {
     }
     Status status = Status::done;
     const std::string against = call.arguments.empty() ? "" : call.arguments[0];
+    if (!against.empty() && against != "saved" && against != "factory") {
+        return call.refuse(
+            Status::usage,
+            host::quoted(against) + " is not allowed; allowed: saved, factory, or two schemes");
+    }
     if (call.json || !against.empty()) {
         const Answer answer =
             call.ask("GET", "/diff", Query{{"against", against.empty() ? "saved" : against}});
@@ -313,11 +333,6 @@ Status runFlush(const Call& call) {
         }
         for (const Json& scheme : schemes.document["schemes"]) {
             if (call.arguments.empty() && scheme.value("in_force", false)) {
-                if (scheme.value("default", false)) {
-                    call.answer(word(Status::done));
-                    call.note("the default scheme is never saved");
-                    return Status::done;
-                }
                 body["scheme"] = scheme["number"];
             }
         }
@@ -341,6 +356,9 @@ Status runFlush(const Call& call) {
     if (!answer.good() && !tells) {
         call.told(answer, status);
         return status;
+    }
+    if (!textOf(answer.document, "text").empty()) {
+        call.note(textOf(answer.document, "text"));
     }
     if (all) {
         const std::string saved = listOf(answer.document.value("saved", Json::array()));
@@ -415,8 +433,9 @@ Status runStatus(const Call& call) {
                  host::printable(textOf(difference, "reason")) + ")\n";
     }
     if (now["trial"].is_object()) {
-        lines += "  On trial: " + std::to_string(now["trial"]["values"].size()) + " values, for " +
-                 numberOf(now["trial"], "seconds_left") + " seconds more\n";
+        const std::size_t count = now["trial"]["values"].size();
+        lines += "  On trial: " + std::to_string(count) + (count == 1 ? " value" : " values") +
+                 ", for " + numberOf(now["trial"], "seconds_left") + " seconds more\n";
     }
     if (textOf(now["layer"], "state") == "gone") {
         lines +=

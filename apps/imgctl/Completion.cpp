@@ -1,6 +1,7 @@
 #include "Completion.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <map>
 #include <utility>
@@ -47,34 +48,59 @@ bool startsWith(const std::string& text, const std::string& beginning) {
     return text.compare(0, beginning.size(), beginning) == 0;
 }
 
-/// The words that a synopsis lists in small letters, such as "focus-far|focus-near".
-std::vector<std::string> fixedWords(const std::string& synopsis) {
-    std::string list = synopsis;
+/// What may stand at a place of a synopsis such as "[N] [HH:MM-HH:MM|on|off]": the words in small
+/// letters, and the names of what a word in capitals stands for.
+std::vector<std::string> wordsFor(const std::string& place) {
+    std::string list = place;
     for (char& c : list) {
         c = c == '[' || c == ']' || c == '|' ? ' ' : c;
     }
-    std::vector<std::string> pieces = host::words(list, list.size());
-    pieces.erase(std::remove_if(pieces.begin(), pieces.end(),
-                                [](const std::string& piece) {
-                                    return piece.find_first_of("abcdefghijklmnopqrstuvwxyz") ==
-                                           std::string::npos;
-                                }),
-                 pieces.end());
-    return pieces;
-}
-
-std::vector<std::string> candidatesFor(const std::string& line) {
-    const std::vector<std::string> parts = host::words(line, 2);
     std::vector<std::string> names;
-    const bool firstWord = parts.empty() || (parts.size() == 1 && line.back() != ' ');
-    for (const Command& command : commands()) {
-        if (firstWord) {
-            names.emplace_back(command.name);
-        } else if (parts[0] == command.name) {
-            names = fixedWords(command.synopsis);
+    for (const std::string& piece : host::words(list, list.size())) {
+        if (piece == "KEY" || piece == "KEYS" || piece == "PAIRS" || piece == "CMD" ||
+            piece == "WORD") {
+            const std::vector<std::string> all = keyNames();
+            names.insert(names.end(), all.begin(), all.end());
+        } else if (piece == "COMMAND") {
+            for (const Command& command : commands()) {
+                names.emplace_back(command.name);
+            }
+        } else if (std::islower(static_cast<unsigned char>(piece[0])) != 0) {
+            names.push_back(piece);
         }
     }
-    return firstWord || !names.empty() ? names : keyNames();
+    return names;
+}
+
+std::vector<std::string> optionsOf(const Command& command) {
+    std::vector<std::string> names = {"--json"};
+    for (const std::string& option : command.options) {
+        names.push_back(option.substr(0, option.find('=')));
+    }
+    return names;
+}
+
+/// @param word  that is begun, the last one of the line, or empty
+std::vector<std::string> candidatesFor(const std::string& line, const std::string& word) {
+    std::vector<std::string> before = host::words(line, line.size());
+    if (!before.empty() && line.back() != ' ' && line.back() != '\t') {
+        before.pop_back();
+    }
+    std::vector<std::string> names;
+    for (const Command& command : commands()) {
+        if (before.empty()) {
+            names.emplace_back(command.name);
+        } else if (before[0] == command.name && startsWith(word, "--")) {
+            names = optionsOf(command);
+        } else if (before[0] == command.name) {
+            const std::vector<std::string> places =
+                host::words(command.synopsis, command.synopsis.size());
+            // The last one takes the rest of the line.
+            names = places.empty() ? names
+                                   : wordsFor(places[std::min(before.size(), places.size()) - 1]);
+        }
+    }
+    return names;
 }
 
 bool takesFile(const std::string& line) {
@@ -124,7 +150,7 @@ std::vector<std::string> completions(const std::string& line, std::size_t& start
             start += 4;
             word.erase(0, 4);
         }
-        candidates = candidatesFor(line);
+        candidates = candidatesFor(line, word);
     }
     std::vector<std::string> found;
     for (const std::string& name : candidates) {

@@ -60,7 +60,7 @@ Status runCameras(const std::vector<std::string>& words) {
 }
 
 Status runMakeDevice(const std::vector<std::string>& words) {
-    if (words.size() != 2) {
+    if (words.size() != 2 || words[0][0] == '-' || words[1][0] == '-') {
         return refuse(Status::usage, kMakeUsage);
     }
     std::string problem;

@@ -1,6 +1,7 @@
 #include "Words.h"
 
 #include <algorithm>
+#include <cctype>
 
 #include "Shown.h"
 #include "host/Text.h"
@@ -30,6 +31,13 @@ std::size_t endOfPair(const std::string& text, std::size_t begin) {
     return end;
 }
 
+/// "--save", "-x"; a number, and "-" and "--" alone, are none.
+bool isOption(const std::string& word) {
+    const std::size_t letter = word.find_first_not_of('-');
+    return (letter == 1 || letter == 2) &&
+           std::isalpha(static_cast<unsigned char>(word[letter])) != 0;
+}
+
 /// Reads the parameter that begins at a position, "(key,value)" or
 /// "key=value", and goes on behind it.
 bool nextPair(const std::string& text, std::size_t& position, std::string& key, std::string& value,
@@ -43,7 +51,7 @@ bool nextPair(const std::string& text, std::size_t& position, std::string& key, 
     const std::size_t split = inside.find(bracketed ? ',' : '=');
     if (!closed || split == std::string::npos) {
         problem = host::quoted(text.substr(position, end + 1 - position)) +
-                  " is no parameter; allowed: (KEY,VALUE) or KEY=VALUE";
+                  " gives no key a value; allowed: (KEY,VALUE) or KEY=VALUE";
         return false;
     }
     key = host::trim(inside.substr(0, split));
@@ -105,16 +113,23 @@ bool readPairs(const std::string& argument, Json& pairs, std::string& problem) {
 bool takeOptions(std::string& text, const std::vector<std::string>& names,
                  std::vector<std::pair<std::string, std::string>>& options, std::string& problem) {
     const std::vector<std::string> all = host::words(text, text.size());
+    if (std::none_of(all.begin(), all.end(), isOption)) {
+        return true; // with every blank of it
+    }
     std::string rest;
     for (std::size_t i = 0; i < all.size(); ++i) {
-        if (all[i].compare(0, 2, "--") != 0) {
+        if (!isOption(all[i])) {
             rest += (rest.empty() ? "" : " ") + all[i];
             continue;
         }
         if (std::find(names.begin(), names.end(), all[i]) != names.end()) {
             options.emplace_back(all[i], "");
         } else if (std::find(names.begin(), names.end(), all[i] + "=") == names.end()) {
-            problem = "no option " + host::quoted(all[i]) + host::didYouMean(all[i], names);
+            std::vector<std::string> known = {"--json"};
+            for (const std::string& name : names) {
+                known.push_back(name.substr(0, name.find('=')));
+            }
+            problem = "no option " + host::quoted(all[i]) + host::didYouMean(all[i], known);
             return false;
         } else if (i + 1 == all.size()) {
             problem = all[i] + " needs a value";

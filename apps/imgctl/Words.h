@@ -26,7 +26,7 @@ bool readQuery(const std::string& text, std::vector<std::string>& keys, std::str
 /// @param pairs  receives what the API takes for "values"
 bool readPairs(const std::string& argument, Json& pairs, std::string& problem);
 
-/// Takes the words that begin with "--" out of a text: "--save --with 1 a=1" leaves "a=1".
+/// Takes the words that are written as options out of a text: "--save --with 1 a=1" leaves "a=1".
 /// @param names    each that may be there; one that ends with '=' takes the next word as its value
 /// @param options  receives name and value of each that is there, the value empty without one
 /// @return false: another one is there, or a value is missing

@@ -128,11 +128,11 @@ Status runCamera(const imgctl::Options& options, FILE* trace, FILE* terminal) {
         std::fprintf(stderr, "imgctl: made a device tree for %s: %s\n",
                      host::printable(tree.madeFor).c_str(), host::printable(tree.path).c_str());
     }
+    if (const auto daemon = imgctl::daemonOf(tree.path + "/imgctld.sock")) {
+        return runElsewhere(options, *daemon, terminal);
+    }
     host::Camera camera;
     const host::StartProblem problem = camera.start(asked);
-    if (problem.kind == host::StartProblem::Kind::Owned && problem.ownerProgram == "imgctld") {
-        return runElsewhere(options, *imgctl::clientOf(asked.device + "/imgctld.sock"), terminal);
-    }
     if (problem) {
         return fail(problem.text);
     }
@@ -169,8 +169,28 @@ Status runTraced(const imgctl::Options& options, FILE* terminal) {
     return written && closed ? worst : std::max(worst, fail(name + " could not be written"));
 }
 
+/// For what is asked of no camera.
+class Nobody : public imgctl::Client {
+protected:
+    bool send(const host::api::Request& /*request*/, host::api::Response& /*response*/,
+              std::string& problem) override {
+        problem = "no camera is asked";
+        return false;
+    }
+};
+
 Status runAsked(const imgctl::Options& options) {
     FILE* const terminal = imgctl::answers();
+    imgctl::Line line;
+    std::string wrong;
+    if (!imgctl::readLine(lineOf(options.words), line, wrong)) { // before a camera is switched on
+        imgctl::printError(wrong);
+        return Status::usage;
+    }
+    if (line.command != nullptr && line.command->name == std::string("help")) {
+        Nobody nobody;
+        return runElsewhere(options, nobody, terminal);
+    }
     if (options.connect.empty()) {
         return runTraced(options, terminal);
     }

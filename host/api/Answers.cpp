@@ -96,7 +96,7 @@ Json outcomeDocument(const Snapshot& snapshot, const Outcome& outcome, int langu
         }
         document["results"] = std::move(results);
     }
-    if (!outcome.schemes.empty()) {
+    if (outcome.saves || !outcome.schemes.empty()) {
         Json saved = Json::array();
         Json failed = Json::array();
         for (const SchemeOutcome& scheme : outcome.schemes) {

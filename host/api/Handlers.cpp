@@ -141,7 +141,7 @@ bool readPairs(const Context& context, const Json* json, std::vector<Pair>& pair
         return fault.badRequest("'values' holds the parameters and their values.");
     }
     if (json->size() > kMostValues) {
-        return fault.set(413, "too_large", "A request sets at most 100 values.");
+        return fault.set(413, "too_large", "At most 100 values are set at once.");
     }
     const auto take = [&](const std::string& name, const Json& value) {
         Pair pair{};

@@ -11,7 +11,7 @@ namespace host::api {
 /// One request.
 struct Request {
     std::string method;
-    std::string path; ///< below /api/v1: "/parameters/34"
+    std::string path; ///< below /api/v1: "/parameters/34"; a key in it may be escaped
     std::vector<std::pair<std::string, std::string>> query;
     std::string body;
     std::string who;    ///< for the journal: the person, may be empty

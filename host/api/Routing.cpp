@@ -1,6 +1,7 @@
 #include "host/api/Routing.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include "host/Names.h"
@@ -9,21 +10,38 @@
 namespace host::api {
 namespace {
 
-/// Compares a path with a pattern, part by part. A part in braces takes any text but none.
+/// A name as it was before it became a part of an address; what is no escape stays.
+std::string unescaped(const std::string& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string digits = text[i] == '%' ? text.substr(i + 1, 2) : std::string();
+        const bool escape = digits.size() == 2 &&
+                            digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+        result += escape ? static_cast<char>(std::stoi(digits, nullptr, 16)) : text[i];
+        i += escape ? 2 : 0;
+    }
+    return result;
+}
+
+/// Compares a path with a pattern, part by part. A part in braces takes any text but none; a key at
+/// the end takes the rest, as names of keys may hold '/'.
 bool matches(const char* pattern, const std::string& path, Match& match) {
     match.clear();
     std::string::size_type at = 0;
     while (*pattern != '\0') {
         if (*pattern == '{') {
+            const bool rest = std::strcmp(pattern, "{key}") == 0;
             while (*pattern != '}') {
                 ++pattern;
             }
             ++pattern;
-            const std::string::size_type end = std::min(path.find('/', at), path.size());
+            const std::string::size_type end =
+                rest ? path.size() : std::min(path.find('/', at), path.size());
             if (end == at) {
                 return false;
             }
-            match.push_back(path.substr(at, end - at));
+            const std::string part = path.substr(at, end - at);
+            match.push_back(rest ? unescaped(part) : part);
             at = end;
         } else if (at < path.size() && path[at] == *pattern) {
             ++at;

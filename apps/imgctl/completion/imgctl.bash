@@ -1,15 +1,8 @@
 # Completion of imgctl in bash: source this file, or put it into /etc/bash_completion.d.
 # Nothing here starts a camera: what it knows comes from the key table.
 _imgctl() {
-    local line=${COMP_LINE:0:COMP_POINT} word=${COMP_WORDS[COMP_CWORD]}
+    local line=${COMP_LINE:0:COMP_POINT} word=${COMP_WORDS[COMP_CWORD]} help
     line=${line#*[[:space:]]}
-    case $word in
-    -*)
-        mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" --help |
-            sed -n 's/^  \(--[a-z-]*\).*/\1/p')" -- "$word")
-        return
-        ;;
-    esac
     case ${COMP_WORDS[COMP_CWORD - 1]} in
     --device | --trace | --token-file)
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
@@ -17,11 +10,17 @@ _imgctl() {
         ;;
     esac
     # What stands before the command is of no interest to it: options with their values.
-    while [[ $line == --* ]]; do
+    while [[ $line == -* ]]; do
+        if [[ $line != *[[:space:]]* ]]; then
+            help=$("${COMP_WORDS[0]}" --help | sed -n 's/^  \(--[a-z-]*\).*/\1/p')
+            mapfile -t COMPREPLY < <(compgen -W "$help" -- "$word")
+            return
+        fi
         case ${line%%[[:space:]]*} in
-        --json | --abort | --keep | --convert | *=*) line=${line#*[[:space:]]} ;;
-        *) line=${line#*[[:space:]]} line=${line#*[[:space:]]} ;;
+        --json | --abort | --keep | --convert | --make-device | --no-day-night | *=*) ;;
+        *) line=${line#*[[:space:]]} ;;
         esac
+        line=${line#*[[:space:]]}
     done
     mapfile -t COMPREPLY < <("${COMP_WORDS[0]}" --complete "$line")
 }
