@@ -8,6 +8,7 @@
 #include "Shown.h"
 #include "Words.h"
 #include "host/Text.h"
+#include "host/api/Answers.h"
 
 namespace imgctl {
 namespace {
