@@ -33,7 +33,7 @@ function hear() {
 function lose() {
   close();
   // A login that is over ends the stream too, and is no lost connection.
-  if (store.link === 'live') readSession().catch(() => {});
+  if (store.link !== 'lost') readSession().catch(() => {});
   setState('lost');
   const delay = delays[Math.min(tries++, delays.length - 1)];
   link.next = Date.now() + delay;

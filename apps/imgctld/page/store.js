@@ -110,6 +110,9 @@ export const targetIsInForce = () => targetScheme() === store.camera?.scheme.num
 export const readCamera = reader(() => '/camera', takeCamera);
 export const readSchemes = reader(() => '/schemes', takeSchemes);
 export const readParameters = reader(() => '/parameters', takeParameters);
+
+let asked = 0; // questions who one is, and the newest one that is answered
+let answered = 0;
 let touched = false; // by a hand, since the camera was told of it
 for (const kind of ['pointerdown', 'pointermove', 'keydown', 'wheel']) {
   addEventListener(kind, () => { touched = true; }, { passive: true, capture: true });
@@ -117,12 +120,16 @@ for (const kind of ['pointerdown', 'pointermove', 'keydown', 'wheel']) {
 
 /** Reads who one is and what one may, and tells the camera whether a person is there. */
 export async function readSession() {
-  const before = JSON.stringify(store.session);
   const path = touched ? '/session?active=1' : '/session';
   touched = false;
-  store.session = await get(path);
-  if (JSON.stringify(store.session) !== before) tell('session');
-  return store.session;
+  const mine = ++asked;
+  const session = await get(path);
+  if (mine < answered) return store.session;
+  answered = mine;
+  const isNew = JSON.stringify(session) !== JSON.stringify(store.session);
+  store.session = session;
+  if (isNew) tell('session');
+  return session;
 }
 
 let due = null;
