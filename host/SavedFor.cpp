@@ -338,7 +338,10 @@ void rememberUntouched(const std::string& identity) {
 
 bool rememberRemade() {
     Kept kept = readKept();
-    const std::string style = styleText(DEVICE_TYPE_CAMERA);
+    const std::string line = lineOf(kept.identity, "device type");
+    int deviceType = DEVICE_TYPE_CAMERA;
+    readInt(line.substr(line.rfind(' ') + 1), deviceType);
+    const std::string style = styleText(deviceType);
     if (lineOf(kept.identity, "style") == "style of " + keysOfStyle(style) &&
         lineOf(kept.identity, "ranges") == "ranges " + rangesOfStyle(style)) {
         return false;

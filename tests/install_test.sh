@@ -50,6 +50,7 @@ if [ -x "$prefix/bin/imgctld" ]; then
     run 'the first user' "$prefix/bin/imgctl" user add anna <<<'a long password'
     [ -e "$work/state/imgctl/device-root/users.cfg" ] || fail 'the first user is not where the camera is'
 fi
+! ldd "$prefix/bin/imgctl" | grep -E 'curl|gnutls' || fail 'every command waits for what asks cameras elsewhere'
 if [ -n "$(find "$prefix/lib" -name imgctl-away.so)" ]; then
     run 'what is loaded' "$prefix/bin/imgctl" tls new --cert "$work/cert.pem" --key "$work/key.pem"
 fi

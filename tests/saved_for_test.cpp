@@ -149,6 +149,9 @@ TEST_F(SavedFor, AStyleThatWasMadeAnewIsCarriedOverTo) {
     EXPECT_EQ(61, valueIn(files("cfg.before").at("sensor0"), KEY_BRIGHTNESS));
     without("2337");
     EXPECT_EQ(kRefused, run(1, false));
+    // A style that this camera does not use says nothing about what is saved.
+    ASSERT_EQ(0, run(4, true, 61));
+    EXPECT_FALSE(host::rememberRemade());
 }
 
 /// What the library made by itself is nobody's: another camera gets its own factory values, and

@@ -13,6 +13,7 @@
 
 #include "Guest.h"
 #include "Jpeg.h"
+#include "LinuxFramework.h"
 #include "SensorKeys.h"
 #include "host/Camera.h"
 #include "host/Journal.h"
@@ -149,6 +150,9 @@ TEST_P(HostOnEach, BelongsToOneProgramAtATimeAndItsControlsToEverybody) {
     const std::string get = " -c 'get brightness' 2>&1; echo $?";
     EXPECT_NE(std::string::npos,
               output("imgctl --layer " + options.layer + get).find("is in use by tests (process"));
+    EXPECT_NE(std::string::npos,
+              output("imgctl make-device " + node + " " + linux_framework::deviceRoot() + " 2>&1")
+                  .find("is in use by tests (process"));
     const std::string other = " --device " + std::string(std::getenv("XDG_STATE_HOME")) + "/other";
     EXPECT_NE("", output("imgctl make-device " + node + other.substr(9)));
     EXPECT_NE(std::string::npos, output("imgctl --layer " + options.layer + other + get)

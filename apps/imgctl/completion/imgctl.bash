@@ -22,6 +22,8 @@ _imgctl() {
         esac
         line=${line#*[[:space:]]}
     done
-    mapfile -t COMPREPLY < <("${COMP_WORDS[0]}" --complete "$line")
+    mapfile -t COMPREPLY < <("${COMP_WORDS[0]}" --complete "$line"
+        [[ $line == *[[:space:]]* ]] ||
+            compgen -W 'cameras make-device user token onvif tls' -- "$word")
 }
 complete -o nospace -o filenames -F _imgctl imgctl
