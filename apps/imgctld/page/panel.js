@@ -138,7 +138,7 @@ async function historyView() {
   const mine = user ? make('label', { class: 'check' }, make('input', { type: 'checkbox', checked: state.mine, 'data-id': 'mine',
     onchange: event => { state.mine = event.target.checked; refresh(); } }), word('mine')) : null;
   const entries = document.entries.filter(entry => !user || !state.mine || entry.who === user);
-  const filters = make('p', { class: 'looks' }, only, mine);
+  const filters = only || mine ? make('p', { class: 'looks' }, only, mine) : null;
   if (!entries.length) return [filters, make('p', { class: 'quiet-text' }, word('noHistory'))];
   return [filters, make('ol', { class: 'history' }, entries.map(entry => entryItem(entry, document.entries)))];
 }
