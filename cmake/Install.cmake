@@ -65,8 +65,12 @@ if(IMGCTL_HOST)
               $<INSTALL_INTERFACE:imgctl::framework_linux> ${atomics})
 
     set(programs imgctl_host ia_compliance)
-    if(IMGCTL_DAEMON)
+    if(IMGCTL_ONE_PROGRAM)
+        set(programs imgctl_board ia_compliance)
+    elseif(IMGCTL_DAEMON)
         list(APPEND programs imgctld)
+    endif()
+    if(IMGCTL_DAEMON)
         # One camera of a machine, and one of several.
         set(DESCRIPTION "Camera on the network")
         set(ARGUMENTS)
@@ -81,6 +85,9 @@ if(IMGCTL_HOST)
     file(RELATIVE_PATH to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_PREFIX}/${libraries})
     set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
     install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    if(IMGCTL_ONE_PROGRAM)
+        install(CODE "file(CREATE_LINK imgctl \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imgctld\" SYMBOLIC)")
+    endif()
     # Folders in it that are empty are made by whoever uses it.
     install(DIRECTORY device DESTINATION ${CMAKE_INSTALL_DATADIR}/imgctl
             PATTERN .gitkeep EXCLUDE)

@@ -183,7 +183,7 @@ std::string expiryOf(const access_control::Token& token) {
     if (token.expires == 0) {
         return "for ever";
     }
-    const std::time_t time = token.expires;
+    const std::time_t time = access_control::clockTime(token.expires);
     std::tm parts{};
     localtime_r(&time, &parts);
     char text[32];

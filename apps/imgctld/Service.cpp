@@ -413,6 +413,9 @@ bool Service::pageFile(const Shared& exchange, const std::string& path) {
          "form-action 'none'; frame-ancestors 'none'; require-trusted-types-for 'script'"},
         {"Cross-Origin-Opener-Policy", "same-origin"},
     };
+    if (file->encoding[0] != '\0') {
+        response.headers.push_back({"Content-Encoding", file->encoding});
+    }
     response.body = std::make_shared<const std::string>(file->data, file->size);
     answer(exchange, std::move(response));
     return true;

@@ -163,6 +163,7 @@ std::vector<OwnRoute> ownRoutes();
 struct PageFile {
     const char* path; ///< "/page.js"
     const char* type;
+    const char* encoding; ///< "gzip", or "" for a file as it is
     const char* data;
     std::size_t size;
 };

@@ -56,7 +56,7 @@ std::string textOf(const Json& body, const char* name) {
 }
 
 std::string day(long long seconds) {
-    const std::time_t time = seconds;
+    const std::time_t time = access_control::clockTime(seconds);
     std::tm parts{};
     gmtime_r(&time, &parts);
     char text[32];

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <limits>
 
 #include "Secrets.h"
 
@@ -222,6 +223,11 @@ bool addOnvifUser(Accounts& accounts, const std::string& name, Role role, std::s
 
 bool removeOnvifUser(Accounts& accounts, const std::string& name, std::string& problem) {
     return removeNamed(accounts.onvif, name, "ONVIF user", problem);
+}
+
+std::time_t clockTime(long long seconds) {
+    constexpr long long last = std::numeric_limits<std::time_t>::max();
+    return static_cast<std::time_t>(std::min(seconds, last));
 }
 
 const Token* tokenOf(const Accounts& accounts, const std::string& secret, long long now) {

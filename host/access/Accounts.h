@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
@@ -90,6 +91,9 @@ bool revokeToken(Accounts& accounts, const std::string& name, std::string& probl
 bool addOnvifUser(Accounts& accounts, const std::string& name, Role role, std::string& password,
                   std::string& problem);
 bool removeOnvifUser(Accounts& accounts, const std::string& name, std::string& problem);
+
+/// A time of a token, as the C library takes it: on boards that count to 2038, at most that.
+std::time_t clockTime(long long seconds);
 
 /// The token of a secret that is valid at a time, or null. Takes the same time for every secret.
 const Token* tokenOf(const Accounts& accounts, const std::string& secret, long long now);
