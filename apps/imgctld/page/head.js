@@ -65,13 +65,21 @@ async function leave() {
   tell('login', word('loggedOut'));
 }
 
-// Camera time between two words of the camera: it runs on at the speed that those two show.
+// Camera time between two words of the camera: it runs on at the speed that they show. They are whole seconds,
+// so that only many of them tell a speed.
+const manySeconds = 20000;
 let known = null; // { camera, here, speed }
+let measured = null; // from where the speed is measured
 function hearTime(text) {
   const camera = Date.parse(`${text}Z`);
   const here = performance.now();
-  const speed = known && here - known.here > 2000
-    ? Math.max(0, (camera - known.camera) / (here - known.here)) : known?.speed ?? 1;
+  measured ??= { camera, here };
+  let speed = known?.speed ?? 1;
+  if (Math.abs(camera - measured.camera) >= manySeconds) {
+    speed = Math.max(0, (camera - measured.camera) / Math.max(1, here - measured.here));
+    if (Math.abs(speed - 1) < 0.1) speed = 1;
+    measured = { camera, here };
+  }
   known = { camera, here, speed };
 }
 
