@@ -25,8 +25,8 @@ public:
 
 private:
     TerminalGuard m_terminal; // before the editor changes it
-    editline* m_editor;
-    history* m_history;
+    [[maybe_unused]] editline* m_editor; // by a program without an editor
+    [[maybe_unused]] history* m_history;
     std::string m_historyFile; ///< empty: it is not kept
 };
 
