@@ -71,15 +71,22 @@ if(IMGCTL_HOST)
         list(APPEND programs imgctld)
     endif()
     if(IMGCTL_DAEMON)
-        # One camera of a machine, and one of several.
+        # One camera of a machine, and one of several. systemd finds programs of a few folders alone by their
+        # name; where this one comes to lie is known when it is installed.
+        set(PROGRAM "@PROGRAM@")
         set(DESCRIPTION "Camera on the network")
         set(ARGUMENTS)
         configure_file(apps/imgctld/imgctld.service.in ${PROJECT_BINARY_DIR}/imgctld.service @ONLY)
         set(DESCRIPTION "Camera %i on the network")
         set(ARGUMENTS " --device /var/lib/imgctl/%i --make-device")
         configure_file(apps/imgctld/imgctld.service.in ${PROJECT_BINARY_DIR}/imgctld@.service @ONLY)
-        install(FILES ${PROJECT_BINARY_DIR}/imgctld.service ${PROJECT_BINARY_DIR}/imgctld@.service
-                DESTINATION lib/systemd/system)
+        install(CODE "
+            set(PROGRAM \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imgctld\")
+            foreach(unit IN ITEMS imgctld.service imgctld@.service)
+                configure_file(\"${PROJECT_BINARY_DIR}/\${unit}\" \"${PROJECT_BINARY_DIR}/installed/\${unit}\" @ONLY)
+                file(INSTALL \"${PROJECT_BINARY_DIR}/installed/\${unit}\"
+                     DESTINATION \"\${CMAKE_INSTALL_PREFIX}/lib/systemd/system\")
+            endforeach()")
     endif()
     # They find the library where it is installed with them, wherever that is.
     file(RELATIVE_PATH to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_PREFIX}/${libraries})

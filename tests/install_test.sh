@@ -13,6 +13,8 @@ mv "$work/staged/opt/imgctl" "$work/prefix"
 prefix=$work/prefix
 grep -rlE "$source|$build|$work/staged" "$prefix" --include='*.cmake' --include='*.pc' --include='*.service' &&
     fail 'an installed file names a folder of this machine'
+grep -q '^ExecStart=/opt/imgctl/bin/imgctld ' "$prefix/lib/systemd/system/imgctld@.service" ||
+    fail 'the unit does not start the program that was installed'
 unset IMGCTL_DEVICE PKG_CONFIG_PATH LD_LIBRARY_PATH
 
 # What stands as commands below a heading of the guide.

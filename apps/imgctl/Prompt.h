@@ -24,7 +24,7 @@ public:
     bool read(std::string& line);
 
 private:
-    TerminalGuard m_terminal; // before the editor changes it
+    TerminalGuard m_terminal;            // before the editor changes it
     [[maybe_unused]] editline* m_editor; // by a program without an editor
     [[maybe_unused]] history* m_history;
     std::string m_historyFile; ///< empty: it is not kept
