@@ -90,6 +90,16 @@ std::string inAddress(const std::string& text) {
     return result;
 }
 
+/// Whether something keeps this machine's clock right.
+bool clockIsFollowed() {
+    timex state{};
+    if (adjtimex(&state) >= 0) {
+        return (state.status & STA_UNSYNC) == 0;
+    }
+    // A service may be kept from all that has to do with the clock; systemd tells it this way too.
+    return access("/run/systemd/timesync/synchronized", F_OK) == 0;
+}
+
 } // namespace
 
 void Services::deviceTime(const Call& /*call*/, const Done& done) {
@@ -98,11 +108,9 @@ void Services::deviceTime(const Call& /*call*/, const Done& done) {
     std::tm local{};
     gmtime_r(&now, &utc);
     localtime_r(&now, &local);
-    timex state{};
-    const bool followed = adjtimex(&state) >= 0 && (state.status & STA_UNSYNC) == 0;
     Element answer;
     Element& time = answer.add("SystemDateAndTime");
-    time.add("DateTimeType", followed ? "NTP" : "Manual");
+    time.add("DateTimeType", clockIsFollowed() ? "NTP" : "Manual");
     time.add("DaylightSavings", local.tm_isdst > 0 ? "true" : "false");
     time.at("TimeZone/TZ").text = zoneOf(local);
     addDateTime(time.at("UTCDateTime"), utc);
