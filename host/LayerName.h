@@ -10,8 +10,7 @@ constexpr char kSimulatorLayer[] = "simulator";
 /// The shared library of a layer's name; empty for another layer.
 std::string libraryOfLayer(const std::string& name);
 
-/// The camera of a layer's name, as it is given there: "/dev/video0"; empty for a layer without
-/// one.
+/// The camera of a layer's name, as it is given there: "/dev/video0"; empty where it has none.
 std::string deviceOfLayer(const std::string& name);
 
 } // namespace host

@@ -8,9 +8,9 @@
 
 namespace imgctl {
 
-/// What stands on other makers' network and encryption, as a module of its own: it is loaded where a
-/// camera elsewhere is asked, or a certificate is made, so that no other command waits for the thirty
-/// libraries behind it.
+/// What stands on other makers' network and encryption, as a module of its own: it is loaded where
+/// a camera elsewhere is asked, or a certificate is made, so that no other command waits for the
+/// thirty libraries behind it.
 struct Away {
     std::unique_ptr<Client> (*clientOf)(const Remote& remote);
     bool (*makeSelfSigned)(const std::vector<std::string>& names, int days,

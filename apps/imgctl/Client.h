@@ -57,7 +57,8 @@ private:
 /// The camera of this process, which must outlive the client.
 std::unique_ptr<Client> clientOf(host::Camera& camera);
 
-/// The camera of a daemon on this machine, asked by its Unix socket. @return null where none listens
+/// The camera of a daemon on this machine, asked by its Unix socket.
+/// @return null where none listens
 std::unique_ptr<Client> daemonOf(const std::string& socket);
 
 /// How a camera elsewhere is reached.

@@ -35,8 +35,8 @@ struct Call {
     bool& quit;           ///< set to end the run
     GivenOptions options; ///< of Command::options, those that are given
 
-    /// The value of the first option of that name, empty where it takes none; null where it is not
-    /// given.
+    /// The value of the first option of that name, empty where it takes none.
+    /// @return null where it is not given
     const std::string* option(const std::string& wanted) const;
 
     /// Asks the camera by the API.

@@ -355,7 +355,7 @@ imgctl() { )sh"
 pid=$!
 try() { curl -sS -o answer -w "$1 %{http_code}\n" --cacert $2 $3 $url/metrics 2>/dev/null || echo "$1 failed"; }
 pin() { imgctl --connect $url --certificate $1 status >said 2>&1; echo pinned $?; grep -o "another certificate" said; }
-soon() { for i in $(seq 400); do grep -q "$1" out && return; sleep 0.05; done; echo "no $1"; }
+soon() { for i in $(seq 400); do grep -qs "$1" out && return; sleep 0.05; done; echo "no $1"; }
 soon serving
 url=https://localhost:$(sed -n 's|.*https://127.0.0.1:\([0-9]*\)/.*|\1|p' out)
 try first a.pem
