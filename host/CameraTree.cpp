@@ -74,6 +74,9 @@ bool copySample(const fs::path& place, std::string& problem) {
                               !replaceFile(to.string(), text, problem))) {
             return false;
         }
+        if (error) { // the next step would forget it
+            break;
+        }
     }
     if (error) {
         problem = "the sample " + quoted(sample.string()) + " cannot be copied: " + error.message();

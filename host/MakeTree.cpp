@@ -48,7 +48,11 @@ bool moveInto(const fs::path& from, const fs::path& to, std::string& problem) {
         fs::rename(from, to, error);
         return !error || failedAt(to, error.message(), problem);
     }
-    if (!fs::is_directory(from, error) || !fs::is_directory(to, error)) {
+    const bool folder = fs::is_directory(from, error);
+    if (folder != fs::is_directory(to, error)) {
+        return failedAt(to, folder ? "it is no folder" : "it is no file", problem);
+    }
+    if (!folder) {
         return true;
     }
     const fs::path last = from / kLast;
@@ -63,6 +67,15 @@ bool moveInto(const fs::path& from, const fs::path& to, std::string& problem) {
         return failedAt(from, error.message(), problem);
     }
     return !fs::exists(last, error) || moveInto(last, to / kLast, problem);
+}
+
+/// Takes away the folders that were made, from the innermost on, as long as nobody else has put
+/// anything in them.
+void removeEmpty(fs::path folder, const fs::path& highest) {
+    std::error_code error;
+    while (fs::remove(folder, error) && folder != highest) {
+        folder = folder.parent_path();
+    }
 }
 
 } // namespace
@@ -96,14 +109,19 @@ bool makeTree(const std::string& folder, const std::string& program,
     if (isDeviceTree(place.string())) {
         return true; // another program was faster
     }
+    if (fs::exists(fs::symlink_status(place / kLast, error)) &&
+        !fs::is_directory(place / kLast, error)) {
+        return failedAt(place / kLast, "it is no folder", problem);
+    }
     const fs::path beside = place / ".making";
     fs::remove_all(beside, error); // of a program that was killed
     bool good = fs::create_directory(beside, error) || failedAt(place, error.message(), problem);
     good = good && fill(beside.string(), problem) && moveInto(beside, place, problem);
-    if (good && !isDeviceTree(place.string())) {
-        good = failedAt(place / kLast, "it is no folder", problem);
+    fs::remove_all(beside, error);
+    if (!good && !made.empty()) {
+        fs::remove(treeLockPath(place.string()), error);
+        removeEmpty(place, made);
     }
-    fs::remove_all(good || made.empty() ? beside : made, error);
     return good;
 }
 

@@ -14,7 +14,8 @@ namespace host {
 /// @param program  who owns the tree meanwhile, for others that ask
 /// @param fill     makes the tree in an empty folder; false with what is wrong
 /// @param problem  receives what is wrong: the path and why
-/// @return whether there is a tree now; where not, no more is there than before
+/// @return whether there is a tree now. Where not, folders that were made are gone again unless
+///         somebody else uses them, and one that was there may hold parts of a tree without hd1
 bool makeTree(const std::string& folder, const std::string& program,
               const std::function<bool(const std::string& into, std::string& problem)>& fill,
               std::string& problem);

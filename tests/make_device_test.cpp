@@ -157,6 +157,8 @@ TEST_F(MakeDevice, WhereAFolderIsOrBecomesOneWholeOrNotAtAll) {
         {"touch file", "file", false, "yard/file"},
         {"ln -s nowhere link", "link", false, "a link to 'nowhere', which does not exist"},
         {"mkdir odd && touch odd/hd1", "odd", false, "odd/hd1': it is no folder"},
+        {"mkdir way && touch way/mnt", "way", false, "way/mnt': it is no folder"},
+        {"true", "shared/below", true, "too dark to see"},
     };
     const auto make = [&yard](const std::string& folder, bool broken, std::string& problem) {
         const auto fill = [&](const std::string& into, std::string& why) {
@@ -164,6 +166,9 @@ TEST_F(MakeDevice, WhereAFolderIsOrBecomesOneWholeOrNotAtAll) {
             std::ofstream(into + "/mnt/kept") << "theirs";
             fs::create_directories(into + "/hd1/inner");
             EXPECT_FALSE(fs::exists(yard / folder / "hd1/inner"));
+            if (folder == "shared/below") { // somebody else finds a place there meanwhile
+                std::ofstream(yard / "shared/others") << "theirs";
+            }
             why = broken ? "too dark to see" : "";
             return !broken;
         };
@@ -179,6 +184,8 @@ TEST_F(MakeDevice, WhereAFolderIsOrBecomesOneWholeOrNotAtAll) {
         EXPECT_EQ(one.problem[0] == '\0', fs::exists(yard / one.folder / "hd1/inner"));
         EXPECT_FALSE(fs::exists(yard / one.folder / ".making"));
         EXPECT_FALSE(one.broken && fs::exists(yard / "new"));
+        EXPECT_EQ(one.folder == std::string("shared/below"), fs::exists(yard / "shared/others"));
+        EXPECT_FALSE(fs::exists(yard / "shared/below"));
         std::string kept;
         std::ifstream(yard / "full/mnt/kept") >> kept;
         EXPECT_TRUE(kept.empty() || kept == "mine") << kept;
