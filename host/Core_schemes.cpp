@@ -12,6 +12,9 @@ namespace {
 
 constexpr std::size_t kLongestName = 64;
 
+/// Changes that a reset's entry in the journal lists, lest those of 255 schemes push all others out.
+constexpr std::size_t kMostOfAReset = 512;
+
 bool isWindowKey(u32 key) {
     return key >= KEY_SCHEME_ENABLE && key <= KEY_SCHEME_END_MIN;
 }
@@ -350,7 +353,9 @@ void Core::handle(const Reset& /*operation*/, Work& work) {
     for (int number = 0; number < m_memory.timed(); ++number) {
         for (std::size_t i = 0; number < static_cast<int>(before.size()) && i < keys.size(); ++i) {
             const int was = (*before[static_cast<std::size_t>(number)])[i];
-            addChange(work, {keys[i], number, was, m_memory.stored(number, keys[i])});
+            if (work.entry.changes.size() < kMostOfAReset) {
+                addChange(work, {keys[i], number, was, m_memory.stored(number, keys[i])});
+            }
         }
     }
     work.entry.kind = JournalEntry::Kind::Scheme;

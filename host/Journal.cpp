@@ -115,9 +115,14 @@ Journal::Entry Journal::newerChangeOf(u32 key, int scheme, const JournalEntry& t
     std::set<std::uint64_t> takenBack;
     for (auto entry = m_entries.rbegin();
          entry != m_entries.rend() && (*entry)->sequence > than.sequence; ++entry) {
-        const bool changes = std::any_of(
-            (*entry)->changes.begin(), (*entry)->changes.end(),
-            [&](const Change& change) { return change.key == key && change.scheme == scheme; });
+        // A switch brings other values in force and changes none; a reset changes all.
+        const bool reset = (*entry)->origin.cause == Cause::Reset;
+        const bool changes =
+            reset || ((*entry)->kind != JournalEntry::Kind::Scheme &&
+                      std::any_of((*entry)->changes.begin(), (*entry)->changes.end(),
+                                  [&](const Change& change) {
+                                      return change.key == key && change.scheme == scheme;
+                                  }));
         if (!changes || takenBack.count((*entry)->id) != 0) {
             continue;
         }

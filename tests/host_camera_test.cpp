@@ -364,6 +364,12 @@ TEST_F(HostCamera, WritesDownWhoDidWhat) {
     for (const auto& [entry, reason] : undone) {
         EXPECT_EQ(reason, perform(Undo{entry, false}).refusal.reason) << entry;
     }
+    // Other values come and go with a switch; nobody has changed what the scheme records.
+    perform(SetMode{false});
+    perform(SwitchScheme{1});
+    perform(SwitchScheme{0});
+    EXPECT_TRUE(perform(Undo{hand, false}).done());
+    perform(SetMode{true});
 
     simulated_ia::changeFromOutside(KEY_GAMMA, 3);
     EXPECT_TRUE(soon([] { return sensorValue(KEY_GAMMA) == 0; })) << "the scheme wins back";
