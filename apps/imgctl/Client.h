@@ -69,9 +69,10 @@ struct Remote {
         fingerprint; ///< SHA-256 of the certificate in hex, which then counts alone; may be empty
 };
 
-/// @param problem  receives why such a camera cannot be asked
+/// @param problem     receives why such a camera cannot be asked
+/// @param understood  receives whether it was asked for in a way that means something
 /// @return null then
-std::unique_ptr<Client> clientOf(const Remote& remote, std::string& problem);
+std::unique_ptr<Client> clientOf(const Remote& remote, std::string& problem, bool& understood);
 
 /// Reads a token: from a file that only its owner may read, else from IMGCTL_TOKEN, else none.
 bool readToken(const std::string& file, std::string& token, std::string& problem);

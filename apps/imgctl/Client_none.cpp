@@ -2,7 +2,8 @@
 
 namespace imgctl {
 
-std::unique_ptr<Client> clientOf(const Remote& /*remote*/, std::string& problem) {
+std::unique_ptr<Client> clientOf(const Remote& /*remote*/, std::string& problem, bool& understood) {
+    understood = false;
     problem = "this imgctl is built to ask the cameras of its own machine alone";
     return nullptr;
 }

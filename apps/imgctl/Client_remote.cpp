@@ -15,18 +15,23 @@ namespace imgctl {
 const Away* away(std::string& problem) {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error || !program.is_absolute()) { // else the caller's own folder would be looked in
+        problem = "where this program is cannot be told, nor what it loads for encryption";
+        return nullptr;
+    }
     const std::string module = (program.parent_path() / IMGCTL_AWAY).lexically_normal().string();
     void* const loaded = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL); // for the rest of the run
     void* const found = loaded != nullptr ? dlsym(loaded, kAway) : nullptr;
     if (found == nullptr) {
         const char* const why = dlerror();
-        problem = "what asks cameras elsewhere cannot be loaded: " +
+        problem = "what needs encryption cannot be loaded: " +
                   (why != nullptr ? std::string(why) : module);
     }
     return static_cast<const Away*>(found);
 }
 
-std::unique_ptr<Client> clientOf(const Remote& remote, std::string& problem) {
+std::unique_ptr<Client> clientOf(const Remote& remote, std::string& problem, bool& understood) {
+    understood = false;
     Remote to = remote;
     while (!to.url.empty() && to.url.back() == '/') {
         to.url.pop_back();
@@ -48,6 +53,7 @@ std::unique_ptr<Client> clientOf(const Remote& remote, std::string& problem) {
         problem = "--certificate: only https shows a certificate";
         return nullptr;
     }
+    understood = true;
     const Away* const module = away(problem);
     return module != nullptr ? module->clientOf(to) : nullptr;
 }

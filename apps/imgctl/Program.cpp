@@ -203,10 +203,11 @@ Status runAsked(const imgctl::Options& options) {
     if (!imgctl::readToken(options.tokenFile, remote.token, problem)) {
         return fail(problem);
     }
-    const std::unique_ptr<imgctl::Client> client = imgctl::clientOf(remote, problem);
+    bool understood = false;
+    const std::unique_ptr<imgctl::Client> client = imgctl::clientOf(remote, problem, understood);
     if (client == nullptr) {
         imgctl::printError(problem);
-        return Status::usage;
+        return understood ? Status::failed : Status::usage;
     }
     return runElsewhere(options, *client, terminal);
 }

@@ -322,12 +322,16 @@ bool HttpServer::restart(const Tls& tls, std::string& problem) {
     // A start that fails closes its socket; who connects meanwhile waits in the other one.
     const int spare = fcntl(listenSocket, F_DUPFD_CLOEXEC, 0);
     if (start(listenSocket, tls, problem)) {
-        close(spare);
+        if (spare >= 0) {
+            close(spare);
+        }
         return true;
     }
     const Tls before = state.tls;
     std::string again;
-    if (!start(spare, before, again)) {
+    if (spare < 0) {
+        problem += "; no descriptor is free to go on with what it had before";
+    } else if (!start(spare, before, again)) {
         problem += "; with what it had before: " + again;
     }
     return false;
