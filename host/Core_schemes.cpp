@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kLongestName = 64;
 
-/// Changes that a reset's entry in the journal lists, lest those of 255 schemes push all others out.
+/// Changes that a reset's entry in the journal lists, lest those of 255 schemes push others out.
 constexpr std::size_t kMostOfAReset = 512;
 
 bool isWindowKey(u32 key) {
