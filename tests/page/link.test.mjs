@@ -26,11 +26,11 @@ page('four tabs: the fourth loads in two seconds and is answered in half a secon
 });
 
 page('the clock runs with the camera\'s, and what nothing has changed stays as it was drawn', {}, async (camera, one) => {
+  let asked = [];
+  one.on('request', request => asked.push(request.url().slice(camera.url.length)));
   await one.click(`#row${brightness} .help`);
   await until(() => shown(one, '#panel .lines'));
   await one.evaluate(() => { document.querySelector('#panel .lines').mine = true; });
-  let asked = [];
-  one.on('request', request => asked.push(request.url().slice(camera.url.length)));
   await until(() => asked.some(path => path.includes('active=1'))); // that was the click
   asked = [];
   await sleep(2500);
