@@ -31,21 +31,6 @@ std::string textOf(const sockaddr* address) {
     return text;
 }
 
-/// What connections are counted by: whoever has an IPv6 network has all its addresses.
-std::string countedAs(const sockaddr* address) {
-    if (address->sa_family == AF_INET6) {
-        const auto* v6 = reinterpret_cast<const sockaddr_in6*>(address);
-        if (!IN6_IS_ADDR_V4MAPPED(&v6->sin6_addr)) {
-            in6_addr network = v6->sin6_addr;
-            std::memset(&network.s6_addr[8], 0, 8);
-            char text[INET6_ADDRSTRLEN] = "";
-            inet_ntop(AF_INET6, &network, text, sizeof text);
-            return std::string(text) + "/64";
-        }
-    }
-    return textOf(address);
-}
-
 /// Whether the other end has sent its last byte, and all of it is read.
 bool hasEnded(int fd) {
     char byte = 0;
@@ -64,6 +49,17 @@ std::string refusedLine(const std::string& counted, Shared::Address& address,
 }
 
 } // namespace
+
+std::string limitKey(const std::string& address) {
+    in6_addr v6{};
+    if (inet_pton(AF_INET6, address.c_str(), &v6) != 1) {
+        return address;
+    }
+    std::memset(&v6.s6_addr[8], 0, 8);
+    char text[INET6_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET6, &v6, text, sizeof text);
+    return std::string(text) + "/64";
+}
 
 void Shared::forget(const std::string& counted, bool known) {
     const auto found = addresses.find(counted);
@@ -98,14 +94,15 @@ MHD_Result Shared::acceptPolicy(void* cls, const sockaddr* address, socklen_t si
     std::string line;
     {
         const std::lock_guard<std::mutex> guard(shared.lock);
-        Address& counted = shared.addresses[countedAs(address)];
+        const std::string key = limitKey(text);
+        Address& counted = shared.addresses[key];
         if (counted.all < shared.limits.ofAddress && counted.strangers < shared.limits.ofStranger) {
             return MHD_YES;
         }
         ++counted.refused;
         const Clock::time_point now = Clock::now();
         if (now - counted.told >= kTellEvery) {
-            line = refusedLine(countedAs(address), counted, now);
+            line = refusedLine(key, counted, now);
         }
     }
     if (!line.empty()) {
@@ -139,7 +136,7 @@ void Shared::connectionChanged(void* cls, MHD_Connection* connection, void**,
         record.peer = record.counted = "unix";
     } else {
         record.peer = hasAddress ? textOf(info->client_addr) : "unknown";
-        record.counted = hasAddress ? countedAs(info->client_addr) : "unknown";
+        record.counted = limitKey(record.peer);
     }
     record.deadline = Clock::now() + Seconds(shared.limits.headSeconds);
     Address& address = shared.addresses[record.counted];

@@ -201,17 +201,6 @@ bool isLoopback(const std::string& address) {
            (inet_pton(AF_INET, address.c_str(), &v4) == 1 && (ntohl(v4.s_addr) >> 24U) == 127);
 }
 
-std::string limitKey(const std::string& address) {
-    in6_addr v6{};
-    if (inet_pton(AF_INET6, address.c_str(), &v6) != 1) {
-        return address;
-    }
-    std::memset(&v6.s6_addr[8], 0, 8);
-    char text[INET6_ADDRSTRLEN] = "";
-    inet_ntop(AF_INET6, &v6, text, sizeof text);
-    return std::string(text) + "/64";
-}
-
 std::string cookieValue(const std::string& cookies, const std::string& name) {
     std::string::size_type at = 0;
     while (at < cookies.size()) {

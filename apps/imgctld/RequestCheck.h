@@ -48,9 +48,6 @@ bool isAddress(const std::string& text);
 /// Whether an address is of this machine's loopback.
 bool isLoopback(const std::string& address);
 
-/// What addresses are limited by: an IPv4 address, or the network of an IPv6 one.
-std::string limitKey(const std::string& address);
-
 /// The value of a cookie in a Cookie header, or empty.
 std::string cookieValue(const std::string& cookies, const std::string& name);
 

@@ -238,7 +238,7 @@ http::Response Service::refusalOf(const http::Request& request, const Identity& 
     // A wrong token is a guess like a wrong password.
     if (request.header("authorization") != nullptr) {
         const double wait =
-            m_guesses.attempt(limitKey(clientAddress(request, m_options.names)), now());
+            m_guesses.attempt(http::limitKey(clientAddress(request, m_options.names)), now());
         return wait > 0 ? refuse(429, "too_many_tries", "Too many wrong tries.",
                                  static_cast<int>(wait) + 1)
                         : refuse(401, "not_logged_in", "This token is wrong, or has run out.");

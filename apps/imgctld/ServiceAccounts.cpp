@@ -150,7 +150,7 @@ void Service::changeUsers(const Shared& exchange, const AccountsChange& change,
 
 void Service::login(const Shared& exchange) {
     const http::Request& request = exchange->request();
-    const std::string address = limitKey(clientAddress(request, m_options.names));
+    const std::string address = http::limitKey(clientAddress(request, m_options.names));
     const MonotonicTime at = std::chrono::steady_clock::now();
     if (!loginNeeded()) {
         return answer(exchange, refuse(409, "no_login", "Nobody needs to log in here."));

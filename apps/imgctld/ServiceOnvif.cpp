@@ -57,7 +57,7 @@ Identity Service::identifyPlayer(const http::Request& request) const {
 
 void Service::handleOnvif(const Shared& exchange) {
     const http::Request& request = exchange->request();
-    const std::string key = limitKey(clientAddress(request, m_options.names));
+    const std::string key = http::limitKey(clientAddress(request, m_options.names));
     onvif::Asked asked;
     asked.path = request.path;
     asked.body = request.body;

@@ -270,7 +270,7 @@ TEST(Access, BelievesATrustedProxyAlone) {
         request.peer = peer;
         EXPECT_EQ(imgctld::clientAddress(request, names), expected);
     }
-    EXPECT_EQ(imgctld::limitKey("2001:db8:1:2:3::4"), imgctld::limitKey("2001:db8:1:2::ffff"));
+    EXPECT_EQ(http::limitKey("2001:db8:1:2:3::4"), http::limitKey("2001:db8:1:2::ffff"));
     EXPECT_EQ(imgctld::escaped("a\n\x1b[2J\xc2\x9b"), "a\\x0a\\x1b[2J\\xc2\\x9b");
 }
 
