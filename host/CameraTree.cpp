@@ -169,8 +169,12 @@ bool makeDeviceFor(const std::string& camera, const std::string& directory,
     if (!fillFor(camera, directory, made, name, problem) || !openDeviceTree(directory, problem)) {
         return false;
     }
-    made.carriesOver = rememberRemade();
-    return true;
+    std::string notKept;
+    made.carriesOver = rememberRemade(notKept);
+    if (!notKept.empty()) {
+        problem = "the next start must carry over what was saved, with --convert: " + notKept;
+    }
+    return notKept.empty();
 }
 
 std::string settingsPlaceOf(const v4l2::CameraInfo& camera, const v4l2::Places& places) {

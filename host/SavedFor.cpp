@@ -336,7 +336,7 @@ void rememberUntouched(const std::string& identity) {
     writeKept({identity, sumOfSchemes(), "", ""}, problem);
 }
 
-bool rememberRemade() {
+bool rememberRemade(std::string& problem) {
     Kept kept = readKept();
     const std::string line = lineOf(kept.identity, "device type");
     int deviceType = DEVICE_TYPE_CAMERA;
@@ -347,7 +347,6 @@ bool rememberRemade() {
         return false;
     }
     kept.remade = sumOf(style);
-    std::string problem;
     return !kept.identity.empty() && !isUntouched(kept) && anythingSaved(kept.ending) &&
            writeKept(kept, problem);
 }

@@ -139,10 +139,11 @@ TEST_F(SavedFor, AStyleThatWasMadeAnewIsCarriedOverTo) {
         std::ofstream(style) << text.replace(at, 5, " key=\"");
     };
     ASSERT_TRUE(linux_framework::setDeviceRoot(root));
-    EXPECT_FALSE(host::rememberRemade());
+    std::string problem;
+    EXPECT_FALSE(host::rememberRemade(problem));
     without("2353");
     EXPECT_EQ(kRefused, run(1, false));
-    EXPECT_TRUE(host::rememberRemade());
+    EXPECT_TRUE(host::rememberRemade(problem));
     EXPECT_EQ(kRefused, run(4, false));
     EXPECT_EQ(0, run(1, false));
     EXPECT_EQ(61, valueIn(files("cfg").at("sensor0"), KEY_BRIGHTNESS));
@@ -151,7 +152,8 @@ TEST_F(SavedFor, AStyleThatWasMadeAnewIsCarriedOverTo) {
     EXPECT_EQ(kRefused, run(1, false));
     // A style that this camera does not use says nothing about what is saved.
     ASSERT_EQ(0, run(4, true, 61));
-    EXPECT_FALSE(host::rememberRemade());
+    EXPECT_FALSE(host::rememberRemade(problem));
+    EXPECT_EQ("", problem);
 }
 
 /// What the library made by itself is nobody's: another camera gets its own factory values, and
