@@ -83,9 +83,10 @@ if(IMGCTL_HOST)
         install(CODE "
             set(PROGRAM \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imgctld\")
             foreach(unit IN ITEMS imgctld.service imgctld@.service)
-                configure_file(\"${PROJECT_BINARY_DIR}/\${unit}\" \"${PROJECT_BINARY_DIR}/installed/\${unit}\" @ONLY)
-                file(INSTALL \"${PROJECT_BINARY_DIR}/installed/\${unit}\"
-                     DESTINATION \"\${CMAKE_INSTALL_PREFIX}/lib/systemd/system\")
+                # Straight to its place: the build folder may be another user's.
+                set(there \"\${CMAKE_INSTALL_PREFIX}/lib/systemd/system/\${unit}\")
+                configure_file(\"${PROJECT_BINARY_DIR}/\${unit}\" \"\$ENV{DESTDIR}\${there}\" @ONLY)
+                list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${there}\")
             endforeach()")
     endif()
     # They find the library where it is installed with them, wherever that is.
