@@ -48,7 +48,7 @@ void rememberUntouched(const std::string& identity);
 
 /// Keeps that the tree's style was made anew for its camera: what was saved for the one before is
 /// carried over at the next start, unasked. Of the device tree that is open, with its lock.
-/// @param problem  set where it could not be kept: what was saved is carried over with --convert only
+/// @param problem  set where it could not be kept: --convert alone carries over then
 /// @return whether anything is to be carried over
 bool rememberRemade(std::string& problem);
 

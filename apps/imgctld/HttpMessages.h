@@ -113,8 +113,8 @@ struct Limits {
     std::vector<std::string> unlimited; ///< addresses that are not counted (a trusted proxy)
 };
 
-/// What connections, requests and wrong tries are counted by: an IPv4 address, or the /64 network of
-/// an IPv6 one, as whoever has a network has all its addresses.
+/// What connections and wrong tries are counted by: an IPv4 address, or the /64 network of an IPv6
+/// one, as whoever has a network has all its addresses.
 std::string limitKey(const std::string& address);
 
 } // namespace http
